@@ -1,0 +1,30 @@
+#ifndef DBI_CONFIGURE_H
+#define DBI_CONFIGURE_H
+
+#include <string>
+
+#include "dbi/Export.h"
+
+namespace dbi {
+
+// Process-wide settings of the database file. Set them once, before any
+// thread of the process touches the database: a thread that already holds a
+// connection keeps using it. Reads take no lock.
+class DBI_EXPORT Configure {
+public:
+    Configure() = delete;
+
+    static const std::string& getDatabaseName();
+    static int getDatabaseMode();
+
+    // Assigns both settings without checks; affects connections opened later.
+    static void setOptions(const std::string& database, int mode);
+
+private:
+    static std::string m_database;
+    static int m_mode;
+};
+
+}  // namespace dbi
+
+#endif

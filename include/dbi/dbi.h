@@ -1,0 +1,10 @@
+#ifndef DBI_DBI_H
+#define DBI_DBI_H
+
+// The whole public interface of the library.
+#include "dbi/Configure.h"
+#include "dbi/DBIException.h"
+#include "dbi/DBManager.h"
+#include "dbi/Transaction.h"
+
+#endif

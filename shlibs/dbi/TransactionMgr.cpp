@@ -1,0 +1,66 @@
+#include <boost/date_time/posix_time/posix_time.hpp>
+#include <boost/thread/tss.hpp>
+
+#include "dbi/DBIException.h"
+#include "dbi/Transaction.h"
+
+namespace dbi {
+
+namespace {
+
+const char kFirstSavepoint[] = "FIRST_SAVEPOINT";
+
+// "TIME_" + compact ISO UTC time with microseconds, its "." removed.
+std::string nestedSavepointName() {
+    std::string name = "TIME_" + boost::posix_time::to_iso_string(boost::posix_time::microsec_clock::universal_time());
+    const std::string::size_type dot = name.find('.');
+    if (dot != std::string::npos) name.erase(dot, 1);
+    return name;
+}
+
+}  // namespace
+
+TransactionMgr* TransactionMgr::get() {
+    static boost::thread_specific_ptr<TransactionMgr> perThread;
+    if (!perThread.get()) perThread.reset(new TransactionMgr);
+    return perThread.get();
+}
+
+std::string TransactionMgr::beginTransaction() {
+    const std::string name = savepoints.empty() ? kFirstSavepoint : nestedSavepointName();
+    execStatement("SAVEPOINT " + name);
+    savepoints.push_back(name);
+    return name;
+}
+
+void TransactionMgr::endTransaction(const std::string& name) {
+    requireInnermost(name, "release");
+    execStatement("RELEASE SAVEPOINT " + name);
+    savepoints.pop_back();
+}
+
+void TransactionMgr::rollbackTransaction(const std::string& name) {
+    requireInnermost(name, "rollback");
+    if (name == kFirstSavepoint) {
+        execStatement("ROLLBACK");
+    } else {
+        // ROLLBACK TO undoes the changes but leaves the savepoint open.
+        execStatement("ROLLBACK TO " + name);
+        execStatement("RELEASE SAVEPOINT " + name);
+    }
+    savepoints.pop_back();
+}
+
+void TransactionMgr::execStatement(const std::string& sql) {
+    ResultTuple ignored;
+    DBManager::execStatement(sql, ignored, false);
+}
+
+void TransactionMgr::requireInnermost(const std::string& name, const char* what) const {
+    const std::string top = savepoints.empty() ? std::string() : savepoints.back();
+    if (name != top)
+        throw DBIException<dbiresult::DBI_MISUSE>(std::string("Out of order savepoint ") + what + ", expected: [" +
+                                                  top + "] got : [" + name + "]");
+}
+
+}  // namespace dbi

@@ -1,0 +1,30 @@
+# Script mode: install, check the layout, build and run the consumer.
+set(prefix ${WORK_DIR}/prefix)
+file(REMOVE_RECURSE ${WORK_DIR})
+
+function(run)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)
+  if(NOT status EQUAL 0)
+    message(FATAL_ERROR "failed: ${ARGN}\n${out}\n${err}")
+  endif()
+  set(last_output "${out}" PARENT_SCOPE)
+endfunction()
+
+run(${CMAKE_COMMAND} --install ${DBI_BUILD_DIR} --prefix ${prefix})
+
+foreach(expected include/dbi/dbi.h include/dbi/Transaction.h lib/libdbi.so lib/libdbi.so.1 lib/libdbi.so.1.0.0
+                 lib/cmake/dbi/dbiConfig.cmake lib/cmake/dbi/dbiConfigVersion.cmake lib/pkgconfig/dbi.pc)
+  if(NOT EXISTS ${prefix}/${expected})
+    message(FATAL_ERROR "install lacks ${expected}")
+  endif()
+endforeach()
+
+run(objdump -p ${prefix}/lib/libdbi.so.1.0.0)
+if(NOT last_output MATCHES "SONAME +libdbi\\.so\\.1\n")
+  message(FATAL_ERROR "libdbi.so.1.0.0 has no SONAME libdbi.so.1")
+endif()
+
+run(${CMAKE_COMMAND} -S ${CONSUMER_SOURCE_DIR} -B ${WORK_DIR}/build -DCMAKE_PREFIX_PATH=${prefix})
+run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
+run(${WORK_DIR}/build/consumer ${WORK_DIR}/consumer.db)
+message(STATUS "consumer: ${last_output}")

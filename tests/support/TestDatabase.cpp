@@ -1,0 +1,64 @@
+#include "support/TestDatabase.h"
+
+#include <sqlite3.h>
+#include <stdlib.h>
+
+#include <fstream>
+#include <sstream>
+
+namespace dbitest {
+
+void TestDatabase::SetUp() {
+    char pattern[] = "/tmp/dbi-test-XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    directory = pattern;
+    path = directory + "/test.db";
+    dbi::DBManager::swapConnection(boost::shared_ptr<sqlite3>());
+    dbi::Configure::setOptions(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX);
+}
+
+void TestDatabase::TearDown() {
+    dbi::DBManager::swapConnection(boost::shared_ptr<sqlite3>());
+    std::string command = "rm -rf '" + directory + "'";
+    if (system(command.c_str()) != 0) ADD_FAILURE() << "could not remove " << directory;
+}
+
+dbi::ResultTuple TestDatabase::exec(const std::string& sql) {
+    return dbi::Transaction::getDefaultTransaction().execStatement(sql);
+}
+
+void TestDatabase::loadSchema() { exec(readFile(DBI_SCHEMA_FILE)); }
+
+std::string TestDatabase::scalar(const std::string& sql) {
+    dbi::ResultTuple result = exec(sql);
+    if (result.get<1>() != 1 || result.get<2>() != 1) {
+        ADD_FAILURE() << sql << " gave " << result.get<1>() << " rows";
+        return std::string();
+    }
+    const char* cell = result.get<0>().get()[1];
+    return cell ? cell : "NULL";
+}
+
+StatementTrace::StatementTrace() {
+    sqlite3_trace_v2(dbi::DBManager::getConnection().get(), SQLITE_TRACE_STMT, &StatementTrace::onTrace, this);
+}
+
+StatementTrace::~StatementTrace() {
+    sqlite3_trace_v2(dbi::DBManager::getConnection().get(), 0, nullptr, nullptr);
+}
+
+int StatementTrace::onTrace(unsigned, void* self, void*, void* text) {
+    const char* sql = static_cast<const char*>(text);
+    // Statements run from inside triggers are reported with a "--" prefix.
+    if (sql && sql[0] != '-') static_cast<StatementTrace*>(self)->seen.emplace_back(sql);
+    return 0;
+}
+
+std::string readFile(const std::string& path) {
+    std::ifstream in(path);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+}  // namespace dbitest
