@@ -5,6 +5,11 @@
 #include "dbi/Configure.h"
 #include "dbi/DBIException.h"
 #include "dbi/DBManager.h"
+#include "dbi/Encoding.h"
+#include "dbi/Field.h"
+#include "dbi/Query.h"
+#include "dbi/Record.h"
+#include "dbi/Table.h"
 #include "dbi/Transaction.h"
 
 #endif

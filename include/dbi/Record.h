@@ -1,0 +1,124 @@
+#ifndef DBI_RECORD_H
+#define DBI_RECORD_H
+
+#include <atomic>
+#include <cstddef>
+#include <cstring>
+#include <string>
+#include <tuple>
+#include <unordered_map>
+
+#include <boost/function.hpp>
+#include <boost/thread/lock_guard.hpp>
+
+#include "dbi/DBManager.h"
+#include "dbi/Field.h"
+
+namespace dbi {
+
+// Hashes the key text (h = 5 * h + c), so a column name read from a result
+// set finds its field although it is another pointer than the constant.
+struct hashstr {
+    std::size_t operator()(const char* text) const {
+        std::size_t h = 0;
+        for (; *text; ++text) h = 5 * h + static_cast<unsigned char>(*text);
+        return h;
+    }
+};
+
+struct eqstr {
+    bool operator()(const char* a, const char* b) const { return std::strcmp(a, b) == 0; }
+};
+
+// Column name -> accessor of that column's field in a record of type T.
+template <class T>
+using FieldMap = std::unordered_map<const char*, boost::function<Field&(T*)>, hashstr, eqstr>;
+
+namespace detail {
+
+// Calls f with the member pointer of every column of T, in column order.
+template <class T, class F>
+void forEachColumn(F&& f) {
+    std::apply([&](auto... members) { (f(members), ...); }, T::columns());
+}
+
+template <class T>
+void swapColumns(T& a, T& b) {
+    forEachColumn<T>([&](auto member) { (a.*member).swap(b.*member); });
+}
+
+template <class T>
+bool equalColumns(const T& a, const T& b) {
+    bool equal = true;
+    forEachColumn<T>([&](auto member) { equal = equal && (a.*member).getValue() == (b.*member).getValue(); });
+    return equal;
+}
+
+// Fills T's field map once; concurrent first users meet at the mutex and
+// find it filled. The ready flag publishes the map to lock-free readers.
+template <class T>
+void buildFieldMap() {
+    boost::lock_guard<boost::mutex> lock(DBManager::getFieldMapMutex());
+    if (T::m_fieldMap.empty()) {
+        const T prototype;
+        forEachColumn<T>([&](auto member) {
+            T::m_fieldMap.emplace((prototype.*member).getName(), [member](T* record) -> Field& {
+                return record->*member;
+            });
+        });
+    }
+    T::m_fieldMapSize.store(T::m_fieldMap.size(), std::memory_order_release);
+}
+
+// Builds T's field map on first use; afterwards a single atomic load.
+template <class T>
+FieldMap<T>& fieldMap() {
+    if (T::m_fieldMapSize.load(std::memory_order_acquire) != T::columnCount) T::buildFieldMap();
+    return T::m_fieldMap;
+}
+
+}  // namespace detail
+}  // namespace dbi
+
+// A record class states its columns once, in a list macro that applies a
+// per-column macro COLUMN(C, FieldClass, constant, "column_name") to each
+// column in table order; the first column is the integer key "id". The
+// header declares the class with DBI_RECORD(Class, LIST) and the source
+// defines its statics with DBI_RECORD_DEFINE(Class, "table_name", LIST).
+// From that one list come the column-name constants (Class::geoLocation
+// holding "geo_location"), the fields (m_geoLocation), the default and copy
+// constructors, assignment, swap, equality, the field map and its column
+// count. tests/support/Records.h shows a complete record class.
+#define DBI_DETAIL_COLUMN_CONSTANT(C, Type, name, text) static const char* const name;
+#define DBI_DETAIL_COLUMN_FIELD(C, Type, name, text) ::dbi::Type m_##name{name};
+#define DBI_DETAIL_COLUMN_COUNT(C, Type, name, text) +1
+#define DBI_DETAIL_COLUMN_POINTER(C, Type, name, text) std::make_tuple(&C::m_##name),
+#define DBI_DETAIL_COLUMN_DEFINE(C, Type, name, text) const char* const C::name = text;
+
+#define DBI_RECORD(Class, COLUMNS)                                                       \
+public:                                                                                  \
+    COLUMNS(DBI_DETAIL_COLUMN_CONSTANT, Class)                                           \
+    COLUMNS(DBI_DETAIL_COLUMN_FIELD, Class)                                              \
+    static std::string m_tableName;                                                      \
+    static ::dbi::FieldMap<Class> m_fieldMap;                                            \
+    static std::atomic<std::size_t> m_fieldMapSize;                                      \
+    static constexpr std::size_t columnCount = 0 COLUMNS(DBI_DETAIL_COLUMN_COUNT, Class); \
+    static auto columns() { return std::tuple_cat(COLUMNS(DBI_DETAIL_COLUMN_POINTER, Class) std::tuple<>()); } \
+    Class() = default;                                                                   \
+    Class(const Class&) = default;                                                       \
+    Class& operator=(Class other) {                                                      \
+        swap(other);                                                                     \
+        return *this;                                                                    \
+    }                                                                                    \
+    void swap(Class& other) { ::dbi::detail::swapColumns(*this, other); }                \
+    bool operator==(const Class& other) const { return ::dbi::detail::equalColumns(*this, other); } \
+    bool operator!=(const Class& other) const { return !(*this == other); }              \
+    static void buildFieldMap() { ::dbi::detail::buildFieldMap<Class>(); }
+
+#define DBI_RECORD_DEFINE(Class, table, COLUMNS)    \
+    COLUMNS(DBI_DETAIL_COLUMN_DEFINE, Class)        \
+    std::string Class::m_tableName = table;         \
+    ::dbi::FieldMap<Class> Class::m_fieldMap;       \
+    std::atomic<std::size_t> Class::m_fieldMapSize{0};
+
+#endif
