@@ -11,5 +11,9 @@
 #include "dbi/Record.h"
 #include "dbi/Table.h"
 #include "dbi/Transaction.h"
+#include "dbi/library.h"
+#include "dbi/media.h"
+#include "dbi/trend.h"
+#include "dbi/vigil.h"
 
 #endif

@@ -1,0 +1,9 @@
+set(DBI_LIBRARY_SOURCES
+  ${CMAKE_CURRENT_SOURCE_DIR}/library/CommandResponse.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/library/CREndpoint.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/library/CROperation.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/library/CRState.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/library/Element.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/library/Event.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/library/Partition.cpp
+)

@@ -1,0 +1,16 @@
+set(DBI_MEDIA_SOURCES
+  ${CMAKE_CURRENT_SOURCE_DIR}/media/ApplicationData.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/media/CartridgeStatus.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/media/DynamicData.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/media/EODInformation.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/media/ErrorUsage.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/media/Media.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/media/Session.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/media/SessionDrive.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/media/SessionResults.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/media/SessionResultsMedia.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/media/Settings.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/media/UsageInformation.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/media/WrapEntry.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/media/WritePass.cpp
+)

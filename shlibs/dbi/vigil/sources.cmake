@@ -1,0 +1,11 @@
+set(DBI_VIGIL_SOURCES
+  ${CMAKE_CURRENT_SOURCE_DIR}/vigil/Action.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/vigil/ActionType.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/vigil/ConcurrentRemaining.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/vigil/Media.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/vigil/MediaPolicy.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/vigil/NextScan.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/vigil/Policy.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/vigil/ScanCandidate.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/vigil/Settings.cpp
+)
