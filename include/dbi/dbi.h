@@ -2,11 +2,14 @@
 #define DBI_DBI_H
 
 // The whole public interface of the library.
+#include "dbi/CommandResponseHelper.h"
 #include "dbi/Configure.h"
 #include "dbi/DBIException.h"
 #include "dbi/DBManager.h"
 #include "dbi/Encoding.h"
+#include "dbi/EventReporter.h"
 #include "dbi/Field.h"
+#include "dbi/Notify.h"
 #include "dbi/Query.h"
 #include "dbi/Record.h"
 #include "dbi/Table.h"

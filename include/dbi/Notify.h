@@ -1,0 +1,74 @@
+#ifndef DBI_NOTIFY_H
+#define DBI_NOTIFY_H
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include <boost/function.hpp>
+#include <boost/noncopyable.hpp>
+#include <boost/shared_ptr.hpp>
+#include <boost/signals2/signal.hpp>
+#include <boost/thread/future.hpp>
+#include <boost/thread/once.hpp>
+
+#include "dbi/Export.h"
+#include "dbi/library/Event.h"
+
+namespace dbi {
+
+// Turns rows of the change journal (library_event) into listener calls.
+// The owner registers listeners, starts one thread on the object
+// (boost::thread(boost::ref(notify))), and ends it with stop() and a join.
+// The journal is polled every 5 seconds; every listener runs on that
+// thread, one at a time. Only journal rows written after the first listener
+// registered (or the thread started) are delivered. Register listeners for
+// new keys before the thread starts; a stopped object cannot run again.
+class DBI_EXPORT Notify : private boost::noncopyable {
+public:
+    enum Condition { INSERT = 0, UPDATE = 1, DELETE = 2 };
+
+    // Called with the changed row's id, the old and the new value.
+    using Listener = boost::function<void(int, const std::string&, const std::string&)>;
+    using Signal = boost::signals2::signal<void(int, const std::string&, const std::string&)>;
+
+    Notify();
+
+    // Listens to journal rows of `table` whose action column is `suffix`.
+    boost::signals2::connection addListener(std::string table, Listener listener, std::string suffix);
+    // Listens to inserts, deletes or updates of `table`; an update listener
+    // with a column hears only changes of that column.
+    boost::signals2::connection addListener(std::string table, Listener listener, Condition condition,
+                                            std::string column);
+
+    // Calls the listeners of each event in order.
+    void notifyListeners(std::vector<dbi::library::Event> events);
+    // Moves the cursor past the newest journal row.
+    void prime();
+
+    // The thread body; returns after stop(). A listener's exception is
+    // reported, and the whole batch is delivered again 5 seconds later.
+    void run();
+    void operator()() { run(); }
+    // Ends run() at once if it waits, else at the end of its cycle. Once.
+    void stop();
+
+    long long nextEventId() const { return nextId; }
+
+private:
+    void primeOnce();
+    void pollJournal();
+
+    std::map<std::string, boost::shared_ptr<Signal>> listeners;
+    // 64-bit: journal ids outgrow int on a long-lived appliance.
+    long long nextId;
+    boost::promise<void> stopPromise;
+    boost::once_flag primed = BOOST_ONCE_INIT;
+};
+
+// Action-column texts of the three conditions, indexed by Notify::Condition.
+DBI_EXPORT extern const char* const ConditionString[3];
+
+}  // namespace dbi
+
+#endif

@@ -1,0 +1,142 @@
+#include <boost/lexical_cast.hpp>
+
+#include "support/ChannelSupport.h"
+
+using dbi::library::CommandResponse;
+using dbi::library::CREndpoint;
+using dbi::library::CROperation;
+using dbitest::Inbox;
+using dbitest::RunningNotify;
+
+namespace {
+
+CommandResponse row(int id, int source, int operation, int state, int target) {
+    CommandResponse command(source, operation, "", 0, target, "", "", 0, "", state);
+    command.m_id.setIntValue(id);
+    return command;
+}
+
+CommandResponse command(int operation) {
+    return CommandResponse(CREndpoint::LIBRARY_MANAGER, operation, "slot 12", 12, CREndpoint::MEDIA_MANAGER, "",
+                           dbi::CURRENT_TIMESTAMP, 0, "", 0);
+}
+
+class Channel : public dbitest::SchemaDatabase {
+protected:
+    // A responder on its own dispatcher: answers operation 1 from endpoint
+    // 1 with result 7, unless told to leave commands accepted only.
+    void startResponder(bool answer) {
+        helper.registerWithNotify(notify);
+        helper.registerListener(
+            [this, answer](const CommandResponse& accepted) {
+                accepted_.add(accepted.m_stateId.getValue());
+                if (!answer) return;
+                CommandResponse done(accepted);
+                done.m_result.setIntValue(7);
+                done.m_resultString = std::string("moved");
+                done.m_stateId.setIntValue(3);
+                done.save(dbi::Transaction::getDefaultTransaction(), false);
+            },
+            CROperation::INVENTORY, CREndpoint::LIBRARY_MANAGER);
+        running.reset(new RunningNotify(notify));
+    }
+
+    void TearDown() override {
+        running.reset();
+        SchemaDatabase::TearDown();
+    }
+
+    dbi::Notify notify;
+    dbi::CommandResponseHelper helper;
+    std::unique_ptr<RunningNotify> running;
+    Inbox accepted_;
+};
+
+}  // namespace
+
+TEST(Matching, onlyZeroIsAWildcardAndFiveFieldsCount) {
+    EXPECT_TRUE(dbi::match_cr_field(0, 5));
+    EXPECT_TRUE(dbi::match_cr_field(-1, -1));
+    EXPECT_FALSE(dbi::match_cr_field(-1, 0));
+    const CommandResponse any = row(0, 0, 0, 0, 0);
+    EXPECT_TRUE(dbi::matches_command_response_model(any, row(9, 1, 2, 3, 4)));
+    EXPECT_FALSE(dbi::matches_command_response_model(row(0, 0, 0, 1, 0), row(9, 1, 2, 3, 4)));
+    EXPECT_TRUE(dbi::matches_command_response_model(row(7, 0, 0, 0, 0), row(7, 1, 2, 3, 4)));
+    EXPECT_FALSE(dbi::matches_command_response_model(row(7, 0, 0, 0, 0), row(8, 1, 2, 3, 4)));
+    CommandResponse differentText = row(9, 1, 2, 3, 4);
+    differentText.m_stringArgument = std::string("ignored");
+    EXPECT_TRUE(dbi::matches_command_response_model(row(9, 1, 2, 3, 4), differentText));
+}
+
+TEST_F(Channel, onlyTheChangeFromAcceptedToCompletedIsEmitted) {
+    CommandResponse stored = command(CROperation::INVENTORY);
+    stored.m_stateId.setIntValue(dbi::library::CRState::NEW);
+    stored.save(dbi::Transaction::getDefaultTransaction(), false);
+    const int id = stored.m_id.getIntValue();
+    dbi::CommandSignal commands;
+    Inbox emitted;
+    commands.connect([&](const CommandResponse& r) { emitted.add(r.m_id.getValue()); });
+    dbi::commandUpdated(commands, id, "1", "2");
+    dbi::commandUpdated(commands, id, "2", "4");
+    dbi::commandUpdated(commands, 999, "2", "3");
+    EXPECT_TRUE(emitted.texts().empty());
+    dbi::commandUpdated(commands, id, "2", "3");
+    dbi::commandIn(commands, id);
+    dbi::commandIn(commands, 999);
+    EXPECT_EQ((std::vector<std::string>{stored.m_id.getValue(), stored.m_id.getValue()}), emitted.texts());
+    EXPECT_THROW(dbi::commandUpdated(commands, id, "", "3"), boost::bad_lexical_cast);
+}
+
+TEST_F(Channel, eventsAreOneWayRowsInStateNew) {
+    dbi::CommandResponseHelper::sendEvent(CROperation::INVENTORY, CREndpoint::LIBRARY_MANAGER, "scan", 3);
+    EXPECT_EQ("1|1|0|1|scan|3|1",
+              scalar("SELECT source_id || '|' || operation_id || '|' || target_id || '|' || state_id || '|' || "
+                     "string_argument || '|' || int_argument || '|' || (start_time IS NOT NULL) "
+                     "FROM library_commandresponse"));
+}
+
+TEST_F(Channel, aCommandIsAnsweredBetweenTwoThreads) {
+    startResponder(true);
+    CommandResponse sent = command(CROperation::INVENTORY);
+    const CommandResponse answer = dbi::sendCommand(sent, boost::posix_time::seconds(30));
+    EXPECT_EQ(sent.m_id.getValue(), answer.m_id.getValue());
+    EXPECT_EQ("3", answer.m_stateId.getValue());
+    EXPECT_EQ("7", answer.m_result.getValue());
+    EXPECT_EQ("moved", answer.m_resultString.getValue());
+    EXPECT_EQ(std::vector<std::string>{"2"}, accepted_.texts());
+}
+
+TEST_F(Channel, convenienceSendReturnsResultAndText) {
+    startResponder(true);
+    const std::pair<int, std::string> answer =
+        dbi::sendCommand(CREndpoint::LIBRARY_MANAGER, CROperation::INVENTORY, "", 0, CREndpoint::MEDIA_MANAGER);
+    EXPECT_EQ(std::make_pair(7, std::string("moved")), answer);
+}
+
+TEST_F(Channel, aCommandNobodyAcceptsTimesOutAfterTheAcceptanceWait) {
+    startResponder(true);  // listens for another operation only
+    CommandResponse sent = command(CROperation::MOVE_MEDIUM);
+    const CommandResponse answer = dbi::sendCommand(sent, boost::posix_time::pos_infin);
+    EXPECT_EQ("4", answer.m_stateId.getValue());
+    EXPECT_EQ("16", answer.m_result.getValue());
+    EXPECT_EQ("Timed out", answer.m_resultString.getValue());
+    EXPECT_EQ("4|16|Timed out|1", scalar("SELECT state_id || '|' || result || '|' || result_string || '|' || "
+                                         "(end_time IS NOT NULL) FROM library_commandresponse"));
+    EXPECT_TRUE(accepted_.texts().empty());
+}
+
+TEST_F(Channel, anAcceptedCommandUnansweredInTimeIsGivenUp) {
+    startResponder(false);
+    CommandResponse sent = command(CROperation::INVENTORY);
+    const CommandResponse answer = dbi::sendCommand(sent, boost::posix_time::seconds(12));
+    EXPECT_EQ(std::vector<std::string>{"2"}, accepted_.texts());
+    EXPECT_EQ("4", answer.m_stateId.getValue());
+    EXPECT_EQ("16", answer.m_result.getValue());
+}
+
+TEST_F(Channel, aFailedInsertLeavesNoRowAndStopsTheDispatcher) {
+    CommandResponse unknownOperation = command(99);
+    EXPECT_THROW(dbi::sendCommand(unknownOperation, boost::posix_time::seconds(1)),
+                 dbi::DBIException<dbiresult::DBI_CONSTRAINT_VIOLATION>);
+    EXPECT_EQ("0", scalar("SELECT count(*) FROM library_commandresponse"));
+}

@@ -1,0 +1,325 @@
+// dbictl: look at and drive an appliance database by hand: create one,
+// watch its change journal, answer, send and post commands.
+#include <signal.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <fstream>
+#include <functional>
+#include <iomanip>
+#include <iostream>
+#include <sstream>
+
+#include <boost/thread/thread.hpp>
+#include <dbi/dbi.h>
+
+#include "Arguments.h"
+
+namespace dbictl {
+extern const char* const kSchema;  // schema/schema.sql, embedded at build time
+}
+
+namespace {
+
+using dbi::library::CommandResponse;
+using dbi::library::CREndpoint;
+using dbi::library::CROperation;
+
+struct Subcommand {
+    const char* name;
+    const char* usage;
+    const char* help;
+    std::set<std::string> options;
+    std::function<int(const dbictl::Arguments&)> run;
+};
+
+// An existing, non-empty file that does not start with SQLite's header.
+bool isForeignFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    char header[16] = {};
+    if (!file.read(header, sizeof header)) return file.gcount() > 0;
+    return std::string(header, sizeof header) != std::string("SQLite format 3\0", 16);
+}
+
+// Makes `path` the process's database; it must exist unless `create`.
+void openDatabase(const std::string& path, bool create) {
+    struct stat info {};
+    if (!create && stat(path.c_str(), &info) != 0) throw std::runtime_error("no such database file: " + path);
+    if (isForeignFile(path)) throw std::runtime_error("not an SQLite database: " + path);
+    int mode = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX;
+    if (create) mode |= SQLITE_OPEN_CREATE;
+    dbi::Configure::setOptions(path, mode);
+    // Fails here, with SQLite's text, when the file is not a database.
+    dbi::Transaction::getDefaultTransaction().execStatement("SELECT count(*) FROM sqlite_master");
+}
+
+// Blocks until SIGINT or SIGTERM. Call blockStopSignals() before starting
+// threads, so that only this wait receives them.
+sigset_t stopSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    return signals;
+}
+
+void blockStopSignals() {
+    sigset_t signals = stopSignals();
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+}
+
+void waitForStopSignal() {
+    sigset_t signals = stopSignals();
+    int received = 0;
+    sigwait(&signals, &received);
+}
+
+// Runs `notify` on its own thread until a stop signal arrives.
+void dispatchUntilStopped(dbi::Notify& notify) {
+    boost::thread dispatcher(boost::ref(notify));
+    waitForStopSignal();
+    notify.stop();
+    dispatcher.join();
+}
+
+std::string now() {
+    const std::time_t seconds = std::time(nullptr);
+    char text[32];
+    std::strftime(text, sizeof text, "%H:%M:%S", std::localtime(&seconds));
+    return text;
+}
+
+std::string describe(const CommandResponse& row) {
+    std::ostringstream out;
+    out << "#" << row.m_id.getValue() << " source " << row.m_sourceId.getValue() << " operation "
+        << row.m_operationId.getValue() << " target " << row.m_targetId.getValue() << " state "
+        << row.m_stateId.getValue() << " result " << row.m_result.getValue() << " \""
+        << row.m_resultString.getValue() << "\" arguments \"" << row.m_stringArgument.getValue() << "\" "
+        << row.m_intArgument.getValue();
+    return out.str();
+}
+
+// The life of one command as the journal recorded it.
+void printTimeline(int id) {
+    std::vector<dbi::library::Event> events;
+    dbi::Query<dbi::library::Event>()
+        .equals(dbi::library::Event::whichTable, CommandResponse::m_tableName, dbi::library::Event::m_tableName)
+        .equals(dbi::library::Event::rowId, id, dbi::library::Event::m_tableName)
+        .orderBy(dbi::library::Event::id)
+        .execute(events, dbi::Transaction::getDefaultTransaction());
+    static const char* const stateNames[] = {"none", "sent", "accepted", "completed", "timed out"};
+    for (const dbi::library::Event& event : events) {
+        std::string what = event.m_actionColumn.getValue() == "INSERT" ? "sent" : event.m_actionColumn.getValue();
+        if (event.m_actionColumn.getValue() == CommandResponse::stateId) {
+            const int state = event.m_newValue.getValue().empty() ? 0 : std::stoi(event.m_newValue.getValue());
+            what = state >= 0 && state <= 4 ? stateNames[state] : "state " + event.m_newValue.getValue();
+        }
+        std::cout << "  " << event.m_eventTime.getValue() << "  " << what << "\n";
+    }
+}
+
+int init(const dbictl::Arguments& args) {
+    openDatabase(args.database(), true);
+    dbi::Transaction transaction(true);
+    transaction.execStatement(dbictl::kSchema);
+    // The lookup rows of the endpoints and operations this library names.
+    const std::vector<std::pair<int, const char*>> endpoints = {
+        {CREndpoint::LIBRARY_MANAGER, "library manager"}, {CREndpoint::MEDIA_MANAGER, "media manager"},
+        {CREndpoint::VIGIL_SCANNER, "vigil scanner"},     {CREndpoint::WEB_UI, "web interface"},
+        {CREndpoint::CLI, "command line"}};
+    const std::vector<std::pair<int, const char*>> operations = {{CROperation::INVENTORY, "inventory"},
+                                                                 {CROperation::MOVE_MEDIUM, "move medium"},
+                                                                 {CROperation::START_MEDIA_SCAN, "start scan"},
+                                                                 {CROperation::STOP_MEDIA_SCAN, "stop scan"}};
+    for (const auto& endpoint : endpoints) CREndpoint(endpoint.first, endpoint.second).createOrUpdate(transaction);
+    for (const auto& operation : operations) CROperation(operation.first, operation.second).createOrUpdate(transaction);
+    transaction.release();
+    std::cout << "created " << args.database() << "\n";
+    return 0;
+}
+
+int watch(const dbictl::Arguments& args) {
+    openDatabase(args.database(), false);
+    blockStopSignals();
+    std::vector<std::string> tables;
+    if (args.has("table")) {
+        tables.push_back(args.text("table", ""));
+    } else {
+        dbi::ResultTuple names = dbi::Transaction::getDefaultTransaction().execStatement(
+            "SELECT name FROM sqlite_master WHERE type = 'table' AND name LIKE '%\\_%' ESCAPE '\\' "
+            "AND name NOT LIKE 'sqlite%'");
+        for (int row = 1; row <= names.get<1>(); ++row) tables.push_back(names.get<0>().get()[row]);
+    }
+    dbi::Notify notify;
+    for (const std::string& table : tables) {
+        for (const char* action : {"INSERT", "UPDATE", "DELETE", "state_id"}) {
+            notify.addListener(
+                table,
+                [table, action](int row, const std::string& from, const std::string& to) {
+                    std::cout << now() << "  " << table << " #" << row << " " << action;
+                    if (!from.empty() || !to.empty()) std::cout << " " << from << " -> " << to;
+                    std::cout << std::endl;
+                },
+                action);
+        }
+    }
+    std::cout << "watching " << tables.size() << " tables of " << args.database() << "; Ctrl-C ends" << std::endl;
+    dispatchUntilStopped(notify);
+    return 0;
+}
+
+int respond(const dbictl::Arguments& args) {
+    const int endpoint = args.integer("endpoint");
+    const int operation = args.integer("operation");
+    const int result = args.integer("result", 0);
+    const std::string text = args.text("text", "done");
+    openDatabase(args.database(), false);
+    blockStopSignals();
+    dbi::Notify notify;
+    dbi::CommandResponseHelper helper;
+    helper.registerWithNotify(notify);
+    helper.registerListener(
+        [&](const CommandResponse& accepted) {
+            std::cout << now() << "  accepted  " << describe(accepted) << std::endl;
+            CommandResponse answer(accepted);
+            answer.m_result.setIntValue(result);
+            answer.m_resultString = text;
+            answer.m_endTime = dbi::CURRENT_TIMESTAMP;
+            answer.m_stateId.setIntValue(dbi::library::CRState::COMPLETED);
+            dbi::Transaction transaction(true);
+            answer.save(transaction, false);
+            transaction.release();
+            std::cout << now() << "  completed #" << answer.m_id.getValue() << " result " << result << " \""
+                      << text << "\"" << std::endl;
+        },
+        operation, static_cast<CREndpoint::enum_type>(endpoint));
+    std::cout << "answering operation " << operation << " from endpoint " << endpoint << "; Ctrl-C ends"
+              << std::endl;
+    dispatchUntilStopped(notify);
+    return 0;
+}
+
+// Shows the time spent waiting, on a terminal only.
+class WaitingDisplay {
+public:
+    WaitingDisplay() : enabled(isatty(STDOUT_FILENO)) {
+        if (enabled) ticker = boost::thread([this] { tick(); });
+    }
+    ~WaitingDisplay() {
+        done = true;
+        if (ticker.joinable()) ticker.join();
+        if (enabled) std::cout << "\r\033[K" << std::flush;
+    }
+
+private:
+    void tick() {
+        const auto start = boost::chrono::steady_clock::now();
+        while (!done) {
+            const double seconds =
+                boost::chrono::duration<double>(boost::chrono::steady_clock::now() - start).count();
+            std::cout << "\rwaiting for an answer... " << std::fixed << std::setprecision(1) << seconds << " s"
+                      << std::flush;
+            boost::this_thread::sleep_for(boost::chrono::milliseconds(200));
+        }
+    }
+
+    bool enabled;
+    std::atomic<bool> done{false};
+    boost::thread ticker;
+};
+
+int send(const dbictl::Arguments& args) {
+    const int source = args.integer("source");
+    const int operation = args.integer("operation");
+    const int target = args.integer("target");
+    CommandResponse command(source, operation, args.text("arg", ""), args.integer("int", 0), target, "",
+                            dbi::CURRENT_TIMESTAMP, 0, "", 0);
+    const int timeout = args.integer("timeout", 60);
+    if (timeout < 0) throw dbictl::UsageError("option '--timeout' must not be negative");
+    openDatabase(args.database(), false);
+    std::cout << now() << "  sending operation " << command.m_operationId.getValue() << " from endpoint "
+              << command.m_sourceId.getValue() << " to " << command.m_targetId.getValue() << std::endl;
+    CommandResponse response;
+    {
+        WaitingDisplay display;
+        response = dbi::sendCommand(command, boost::posix_time::seconds(timeout));
+    }
+    response = CommandResponse::get(response.m_id.getIntValue(), dbi::Transaction::getDefaultTransaction());
+    const bool completed = response.m_stateId.getIntValue() == dbi::library::CRState::COMPLETED;
+    std::cout << now() << "  " << (completed ? "answered  " : "timed out ") << describe(response) << "\n";
+    printTimeline(response.m_id.getIntValue());
+    return completed ? 0 : 3;
+}
+
+int event(const dbictl::Arguments& args) {
+    const int source = args.integer("source");
+    const int operation = args.integer("operation");
+    openDatabase(args.database(), false);
+    dbi::CommandResponseHelper::sendEvent(static_cast<CROperation::enum_type>(operation),
+                                          static_cast<CREndpoint::enum_type>(source), args.text("arg", ""),
+                                          args.integer("int", 0));
+    std::cout << "posted event #" << dbi::Transaction::getDefaultTransaction().lastRowId() << "\n";
+    return 0;
+}
+
+const std::vector<Subcommand>& subcommands() {
+    static const std::vector<Subcommand> all = {
+        {"init", "init DB", "Creates DB from the schema, with the lookup rows of the known endpoints and operations.",
+         {}, init},
+        {"watch", "watch DB [--table T]", "Prints journal events as a dispatcher delivers them, until interrupted.",
+         {"table"}, watch},
+        {"respond", "respond DB --endpoint N --operation M [--result R] [--text S]",
+         "Accepts and completes commands from endpoint N asking for operation M, until interrupted.",
+         {"endpoint", "operation", "result", "text"}, respond},
+        {"send", "send DB --source N --operation M --target K [--arg S] [--int I] [--timeout SECONDS]",
+         "Sends one command and waits for its answer (default time-out 60 s).\n"
+         "Exit status: 0 answered, 3 timed out, 1 failed.",
+         {"source", "operation", "target", "arg", "int", "timeout"}, send},
+        {"event", "event DB --source N --operation M [--arg S] [--int I]", "Posts a one-way event.",
+         {"source", "operation", "arg", "int"}, event},
+    };
+    return all;
+}
+
+void printUsage(std::ostream& out) {
+    out << "usage: dbictl SUBCOMMAND DB [OPTIONS]   (dbictl SUBCOMMAND --help for details)\n";
+    for (const Subcommand& subcommand : subcommands()) out << "  dbictl " << subcommand.usage << "\n";
+}
+
+int runSubcommand(const Subcommand& subcommand, const std::vector<std::string>& words) {
+    for (const std::string& word : words) {
+        if (word == "--help" || word == "-h") {
+            std::cout << "usage: dbictl " << subcommand.usage << "\n" << subcommand.help << "\n";
+            return 0;
+        }
+    }
+    try {
+        return subcommand.run(dbictl::Arguments(words, subcommand.options));
+    } catch (const dbictl::UsageError& e) {
+        std::cerr << "dbictl " << subcommand.name << ": " << e.what() << "\nusage: dbictl " << subcommand.usage
+                  << "\n";
+        return 2;
+    } catch (const dbi::DBIBaseException& e) {
+        std::cerr << "dbictl " << subcommand.name << ": database error " << e.getCode() << ": " << e.what() << "\n";
+    } catch (const std::exception& e) {
+        std::cerr << "dbictl " << subcommand.name << ": " << e.what() << "\n";
+    }
+    return 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::vector<std::string> words(argv + 1, argv + argc);
+    if (words.empty() || words[0] == "--help" || words[0] == "-h") {
+        printUsage(words.empty() ? std::cerr : std::cout);
+        return words.empty() ? 2 : 0;
+    }
+    for (const Subcommand& subcommand : subcommands())
+        if (words[0] == subcommand.name) return runSubcommand(subcommand, {words.begin() + 1, words.end()});
+    std::cerr << "dbictl: unknown subcommand '" << words[0] << "'\n";
+    printUsage(std::cerr);
+    return 2;
+}
