@@ -27,15 +27,14 @@ setup_private_apt() {
   local types=$1; shift
   rm -rf "$APT_DIR"
   mkdir -p "$APT_DIR"/{state/lists/partial,cache/archives/partial,parts}
-  : > "$APT_DIR/sources.list"
   : > "$APT_DIR/status"
   local f
   for f in /etc/apt/sources.list.d/*.sources; do
-    [ -e "$f" ] && sed "s/^Types:.*/Types: $types/" "$f" >> "$APT_DIR/parts/machine.sources"
-  done
+    if [ -f "$f" ]; then sed "s/^Types:.*/Types: $types/" "$f"; echo; fi
+  done > "$APT_DIR/parts/machine.sources"
   for f in /etc/apt/sources.list /etc/apt/sources.list.d/*.list; do
-    [ -e "$f" ] && sed -n "s/^deb /$types /p" "$f" >> "$APT_DIR/sources.list"
-  done
+    if [ -f "$f" ]; then sed -n "s/^deb /$types /p" "$f"; fi
+  done > "$APT_DIR/sources.list"
   APT_OPTS=(-o "Dir::State=$APT_DIR/state" -o "Dir::State::status=$APT_DIR/status"
             -o "Dir::Cache=$APT_DIR/cache" -o "Dir::Etc::SourceList=$APT_DIR/sources.list"
             -o "Dir::Etc::SourceParts=$APT_DIR/parts" -o APT::Sandbox::User=root "$@")
@@ -60,34 +59,46 @@ build_sqlite() {
   cp "$src"/amalgamation/sqlite3{,ext}.h "$SYSROOT/include/"
 }
 
+# libcrypto alone: the project does not use libssl.
 build_openssl() {
   local src; src=$(echo "$WORK"/src/openssl-*/)
   (cd "$src" &&
     ./Configure "$OPENSSL_TARGET" no-shared no-asm no-tests -fPIC \
-      --cross-compile-prefix="$TRIPLE-" --prefix="$SYSROOT" --libdir=lib >/dev/null &&
-    make -s -j"$JOBS" build_libs >/dev/null &&
-    make -s install_dev >/dev/null)
+      --cross-compile-prefix="$TRIPLE-" >/dev/null &&
+    make -s -j"$JOBS" build_generated >/dev/null &&
+    make -s -j"$JOBS" libcrypto.a >/dev/null)
+  cp "$src/libcrypto.a" "$SYSROOT/lib/"
+  mkdir -p "$SYSROOT/include/openssl"
+  cp "$src"/include/openssl/*.h "$SYSROOT/include/openssl/"
 }
 
 # Only the compiled Boost libraries the project links; the rest is headers.
+# Debian's source drops b2's generated parser, so it is regenerated first.
 build_boost() {
   local src; src=$(echo "$WORK"/src/boost1.74-*/)
   (cd "$src" &&
-    ./bootstrap.sh --with-toolset=gcc >/dev/null &&
+    bison -y -d -o tools/build/src/engine/jamgram.cpp tools/build/src/engine/jamgram.y &&
+    ./bootstrap.sh --with-toolset=gcc &&
     echo "using gcc : cross : $TRIPLE-g++ ;" > "$WORK/user-config.jam" &&
     ./b2 -d0 -j"$JOBS" --user-config="$WORK/user-config.jam" --stagedir="$SYSROOT" \
       toolset=gcc-cross target-os=linux architecture="$B2_ARCH" address-model="$ADDRESS_MODEL" \
       link=static runtime-link=shared threading=multi variant=release cxxflags=-fPIC \
       --with-thread --with-chrono --with-date_time --with-atomic --with-system stage)
-  cp -a "$src/boost" "$SYSROOT/include/"
+  cp -rL "$src/boost" "$SYSROOT/include/"  # the source tree's boost/ is a symlink forest
+}
+
+timed() {
+  local start=$SECONDS
+  "$@"
+  echo "-- $1 took $((SECONDS - start))s"
 }
 
 from_source() {
-  setup_private_apt deb-src
-  fetch_sources "sqlite3/$SUITE" "openssl/$SUITE" "boost1.74/$SUITE"
-  build_sqlite
-  build_openssl
-  build_boost
+  timed setup_private_apt deb-src
+  timed fetch_sources "sqlite3/$SUITE" "openssl/$SUITE" "boost1.74/$SUITE"
+  timed build_sqlite
+  timed build_openssl
+  timed build_boost
 }
 
 # The target's own -dev packages, unpacked (never installed) and flattened into

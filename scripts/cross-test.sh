@@ -37,7 +37,7 @@ trap print_timings EXIT
 install_tools() {
   local pair missing=()
   for pair in "$TRIPLE-g++:g++-$TRIPLE" "$QEMU:qemu-user" cmake:cmake make:make g++:g++ \
-              perl:perl tclsh:tcl xz:xz-utils dpkg-source:dpkg-dev; do
+              perl:perl tclsh:tcl bison:bison xz:xz-utils dpkg-source:dpkg-dev; do
     command -v "${pair%%:*}" >/dev/null || missing+=("${pair#*:}")
   done
   [ -f "$GTEST_SOURCE_DIR/CMakeLists.txt" ] || missing+=(googletest)

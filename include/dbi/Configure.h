@@ -1,6 +1,8 @@
 #ifndef DBI_CONFIGURE_H
 #define DBI_CONFIGURE_H
 
+#include <sqlite3.h>  // the open flags (SQLITE_OPEN_*) callers pass
+
 #include <string>
 
 #include "dbi/Export.h"
