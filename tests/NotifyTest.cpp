@@ -112,3 +112,15 @@ TEST_F(NotifyTest, stopEndsTheWaitAtOnce) {
     // Well under the 5-second poll interval.
     EXPECT_LT(boost::chrono::steady_clock::now() - stopped, boost::chrono::seconds(3));
 }
+
+// Journal ids outgrow 32 bits on a long-lived appliance; the cursor must not.
+TEST_F(NotifyTest, journalIdsBeyond32BitsKeepTheCursorMoving) {
+    exec("INSERT INTO library_event (id, which_table, row_id, action_column) VALUES (3000000000, 'x', 1, 'UPDATE')");
+    Inbox inbox;
+    notify.addListener("library_partition", recorder(inbox), dbi::Notify::INSERT, "");
+    EXPECT_EQ(3000000001LL, notify.nextEventId());
+    RunningNotify running(notify);
+    const std::string row = addPartition("big");
+    ASSERT_TRUE(inbox.waitFor(1, 20));
+    EXPECT_EQ(Texts{row + "  "}, inbox.texts());
+}
