@@ -31,7 +31,7 @@ public:
         posix_spawn_file_actions_init(&actions);
         posix_spawn_file_actions_adddup2(&actions, pipeEnds[1], STDOUT_FILENO);
         posix_spawn_file_actions_addclose(&actions, pipeEnds[0]);
-        const int failed = posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ);
+        const int failed = posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), environ);
         posix_spawn_file_actions_destroy(&actions);
         close(pipeEnds[1]);
         if (failed) throw std::runtime_error("cannot start " + words[0]);

@@ -40,7 +40,7 @@ boost::shared_array<char> base64_enc(const unsigned char* data, unsigned int len
     char* encoded = nullptr;
     const long encodedLength = BIO_get_mem_data(BIO_next(chain.get()), &encoded);
     boost::shared_array<char> text(new char[encodedLength + 1]);
-    std::memcpy(text.get(), encoded, encodedLength);
+    if (encodedLength > 0) std::memcpy(text.get(), encoded, encodedLength);
     text[encodedLength] = '\0';
     return text;
 }
