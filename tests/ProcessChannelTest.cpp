@@ -17,7 +17,7 @@ class Responder {
 public:
     Responder(const std::string& database, const std::string& text) {
         std::vector<std::string> words;
-        boost::split(words, std::string(DBICTL_COMMAND), boost::is_any_of(";"));
+        boost::split(words, std::string(DBICTL_COMMAND), boost::is_any_of("|"));
         for (const char* word : {"respond", database.c_str(), "--endpoint", "1", "--operation", "1", "--text",
                                  text.c_str()})
             words.push_back(word);
