@@ -1,6 +1,7 @@
 #ifndef DBI_DBMANAGER_H
 #define DBI_DBMANAGER_H
 
+#include <functional>
 #include <string>
 
 #include <boost/shared_ptr.hpp>
@@ -8,6 +9,7 @@
 #include <boost/thread/tss.hpp>
 #include <boost/tuple/tuple.hpp>
 
+#include "dbi/BoundValue.h"
 #include "dbi/Export.h"
 
 struct sqlite3;
@@ -44,10 +46,21 @@ public:
     // is true, is retried on a fresh one. Other failures throw at once.
     static void execStatement(const std::string& sql, ResultTuple& result, bool reconnect);
 
+    // Runs one statement whose "?" parameters take `values` in order, through
+    // this thread's cache of prepared statements. The result has the same
+    // shape as above; failures and retries are those of the text form.
+    static void execStatement(const std::string& sql, const BoundValues& values, ResultTuple& result,
+                              bool reconnect);
+
     // The last inserted row id of this thread's connection, as decimal text.
     static std::string lastRowId();
 
 private:
+    // Runs `attempt` until it succeeds, retrying busy and storage failures.
+    static void runWithRetries(const std::function<void()>& attempt, bool reconnect);
+    // Lets go of this thread's connection and its prepared statements.
+    static void dropConnection();
+
     static boost::thread_specific_ptr<boost::shared_ptr<sqlite3>> tsp;
     static boost::mutex m_fieldMapMutex;
 };

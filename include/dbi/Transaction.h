@@ -31,6 +31,8 @@ public:
     // Runs `sql`; a storage failure is retried on a new connection only while
     // this handle holds a savepoint.
     ResultTuple execStatement(const std::string& sql);
+    // The same for one statement whose "?" parameters take `values`.
+    ResultTuple execStatement(const std::string& sql, const BoundValues& values);
     std::string lastRowId();
 
     bool isOpen() const { return !savepointName.empty(); }

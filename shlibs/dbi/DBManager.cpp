@@ -4,8 +4,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <deque>
 #include <string>
+#include <vector>
 
+#include <boost/make_shared.hpp>
+
+#include "StatementCache.h"
 #include "dbi/Configure.h"
 #include "dbi/DBIException.h"
 
@@ -15,6 +20,21 @@ boost::thread_specific_ptr<boost::shared_ptr<sqlite3>> DBManager::tsp;
 boost::mutex DBManager::m_fieldMapMutex;
 
 namespace {
+
+// Enough for every statement shape the record layer of one process uses
+// in a busy loop, small enough for the controller's memory.
+constexpr std::size_t kCachedStatements = 64;
+
+// The prepared statements of this thread's connection. The cache holds its
+// own reference to the connection, so whichever of the two thread slots is
+// cleaned up first at thread end, the statements are finalized before the
+// connection is closed.
+boost::thread_specific_ptr<StatementCache> statementCache;
+
+StatementCache& threadStatementCache() {
+    if (!statementCache.get()) statementCache.reset(new StatementCache(kCachedStatements));
+    return *statementCache;
+}
 
 // Clears the process umask while a connection is set up, so the companion
 // files SQLite creates (-wal, -shm) are usable by every process of the
@@ -68,8 +88,16 @@ boost::shared_ptr<sqlite3> DBManager::getConnection() {
 
 boost::shared_ptr<sqlite3> DBManager::swapConnection(boost::shared_ptr<sqlite3> connection) {
     boost::shared_ptr<sqlite3> previous = tsp.get() ? *tsp : boost::shared_ptr<sqlite3>();
+    // The caller may keep the old connection open; it must hold no statements
+    // of this thread's cache then.
+    if (statementCache.get()) statementCache->clear();
     tsp.reset(new boost::shared_ptr<sqlite3>(connection));
     return previous;
+}
+
+void DBManager::dropConnection() {
+    if (statementCache.get()) statementCache->clear();
+    if (tsp.get()) tsp.reset();
 }
 
 boost::mutex& DBManager::getFieldMapMutex() { return m_fieldMapMutex; }
@@ -87,24 +115,121 @@ void runOnce(const std::string& sql, ResultTuple& result) {
     result = ResultTuple(owned, rows, columns);
 }
 
+// Cells of a bound statement's result in the layout of sqlite3_get_table: the
+// tuple's pointer points into `cells` and owns the whole table. A deque never
+// moves its strings, so the cell pointers stay valid while rows are added.
+struct CellTable {
+    std::deque<std::string> texts;
+    std::vector<char*> cells;
+
+    void add(const unsigned char* text) {
+        if (!text) {
+            cells.push_back(nullptr);
+            return;
+        }
+        texts.emplace_back(reinterpret_cast<const char*>(text));
+        cells.push_back(&texts.back()[0]);
+    }
+};
+
+// Leaves a cached statement ready for its next use, whatever happened.
+class StatementUse {
+public:
+    explicit StatementUse(sqlite3_stmt* statement) : statement(statement) {}
+    ~StatementUse() {
+        sqlite3_reset(statement);
+        sqlite3_clear_bindings(statement);
+    }
+    StatementUse(const StatementUse&) = delete;
+    StatementUse& operator=(const StatementUse&) = delete;
+
+private:
+    sqlite3_stmt* statement;
+};
+
+int bind(sqlite3_stmt* statement, int position, const BoundValue& value) {
+    switch (value.getKind()) {
+    case BoundValue::Kind::Integer: return sqlite3_bind_int64(statement, position, value.getInteger());
+    case BoundValue::Kind::Text:
+        return sqlite3_bind_text(statement, position, value.getText().data(),
+                                 static_cast<int>(value.getText().size()), SQLITE_STATIC);
+    case BoundValue::Kind::Null: break;
+    }
+    return sqlite3_bind_null(statement, position);
+}
+
+void bindAll(sqlite3_stmt* statement, const BoundValues& values, const boost::shared_ptr<sqlite3>& connection,
+             const std::string& sql) {
+    if (sqlite3_bind_parameter_count(statement) != static_cast<int>(values.size()))
+        throw DBIException<dbiresult::DBI_MISUSE>(sql + " takes " +
+                                                  std::to_string(sqlite3_bind_parameter_count(statement)) +
+                                                  " values, " + std::to_string(values.size()) + " given");
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const int rc = bind(statement, static_cast<int>(i + 1), values[i]);
+        if (rc != SQLITE_OK) throwException(rc, connection, sql);
+    }
+}
+
+// Steps through all rows; the header row is added with the first row, so a
+// statement without rows has no columns, as with sqlite3_get_table.
+void collectRows(sqlite3_stmt* statement, const boost::shared_ptr<sqlite3>& connection, const std::string& sql,
+                 ResultTuple& result) {
+    auto table = boost::make_shared<CellTable>();
+    table->cells.reserve(1);  // a valid array even without rows
+    const int columns = sqlite3_column_count(statement);
+    int rows = 0;
+    int rc;
+    while ((rc = sqlite3_step(statement)) == SQLITE_ROW) {
+        if (rows++ == 0)
+            for (int column = 0; column < columns; ++column)
+                table->add(reinterpret_cast<const unsigned char*>(sqlite3_column_name(statement, column)));
+        for (int column = 0; column < columns; ++column) table->add(sqlite3_column_text(statement, column));
+    }
+    if (rc != SQLITE_DONE) throwException(rc, connection, sql);
+    result = ResultTuple(boost::shared_ptr<char*>(table, table->cells.data()), rows, rows ? columns : 0);
+}
+
+void runBoundOnce(const std::string& sql, const BoundValues& values, ResultTuple& result) {
+    boost::shared_ptr<sqlite3> connection = DBManager::getConnection();
+    sqlite3_stmt* statement = nullptr;
+    const int rc = threadStatementCache().prepare(connection, sql, statement);
+    if (rc != SQLITE_OK) throwException(rc, connection, sql);
+    if (!statement) {
+        result = ResultTuple(boost::make_shared<char*>(nullptr), 0, 0);
+        return;
+    }
+    StatementUse use(statement);
+    bindAll(statement, values, connection, sql);
+    collectRows(statement, connection, sql, result);
+}
+
 constexpr int kLastAttempt = 4;
 
 }  // namespace
 
-void DBManager::execStatement(const std::string& sql, ResultTuple& result, bool reconnect) {
-    for (int attempt = 0;; ++attempt) {
+void DBManager::runWithRetries(const std::function<void()>& attempt, bool reconnect) {
+    for (int tries = 0;; ++tries) {
         try {
-            runOnce(sql, result);
+            attempt();
             return;
         } catch (const DBIException<dbiresult::DBI_BUSY>&) {
-            if (attempt == kLastAttempt) throw;
-            ::sleep(attempt);
+            if (tries == kLastAttempt) throw;
+            ::sleep(tries);
         } catch (const DBIException<dbiresult::DBI_STORAGE_ERROR>&) {
-            if (tsp.get()) tsp.reset();
-            ::sleep(attempt);
-            if (!reconnect || attempt == kLastAttempt) throw;
+            dropConnection();
+            ::sleep(tries);
+            if (!reconnect || tries == kLastAttempt) throw;
         }
     }
+}
+
+void DBManager::execStatement(const std::string& sql, ResultTuple& result, bool reconnect) {
+    runWithRetries([&] { runOnce(sql, result); }, reconnect);
+}
+
+void DBManager::execStatement(const std::string& sql, const BoundValues& values, ResultTuple& result,
+                              bool reconnect) {
+    runWithRetries([&] { runBoundOnce(sql, values, result); }, reconnect);
 }
 
 std::string DBManager::lastRowId() {

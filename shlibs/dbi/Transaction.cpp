@@ -37,6 +37,13 @@ ResultTuple Transaction::execStatement(const std::string& sql) {
     return result;
 }
 
+ResultTuple Transaction::execStatement(const std::string& sql, const BoundValues& values) {
+    ResultTuple result;
+    if (autoBegin) begin();
+    DBManager::execStatement(sql, values, result, isOpen());
+    return result;
+}
+
 std::string Transaction::lastRowId() { return DBManager::lastRowId(); }
 
 Transaction& Transaction::getDefaultTransaction() {

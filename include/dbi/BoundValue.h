@@ -1,0 +1,45 @@
+#ifndef DBI_BOUNDVALUE_H
+#define DBI_BOUNDVALUE_H
+
+#include <string>
+#include <vector>
+
+#include "dbi/Export.h"
+
+namespace dbi {
+
+class Field;
+
+// One value handed to a statement as a bound parameter ("?") rather than
+// written into its text: SQL NULL, a 64-bit integer or a text.
+class DBI_EXPORT BoundValue {
+public:
+    enum class Kind { Null, Integer, Text };
+
+    BoundValue() = default;  // SQL NULL
+    static BoundValue integer(long long number);
+    static BoundValue text(std::string text);
+
+    // The value a field stores, as the text form of the statement would store
+    // it: integer columns bind as integers, every other kind binds its text.
+    // Throws DBIException<10> when an integer column holds anything but a
+    // decimal integer (nothing has run then).
+    static BoundValue of(const Field& field);
+
+    Kind getKind() const { return kind; }
+    long long getInteger() const { return number; }
+    const std::string& getText() const { return characters; }
+
+    bool operator==(const BoundValue& other) const;
+
+private:
+    Kind kind = Kind::Null;
+    long long number = 0;
+    std::string characters;
+};
+
+using BoundValues = std::vector<BoundValue>;
+
+}  // namespace dbi
+
+#endif

@@ -1,0 +1,56 @@
+#include "dbi/BoundValue.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+#include "dbi/DBIException.h"
+#include "dbi/Field.h"
+
+namespace dbi {
+
+namespace {
+
+// An optional sign and at least one digit, nothing else, within 64 bits.
+bool parseDecimal(const std::string& text, long long& number) {
+    const char* digits = text.c_str() + ((text[0] == '-' || text[0] == '+') ? 1 : 0);
+    if (*digits == '\0' || std::strspn(digits, "0123456789") != std::strlen(digits)) return false;
+    if (text.size() != std::strlen(text.c_str())) return false;  // an embedded NUL
+    errno = 0;
+    number = std::strtoll(text.c_str(), nullptr, 10);
+    return errno == 0;
+}
+
+}  // namespace
+
+BoundValue BoundValue::integer(long long number) {
+    BoundValue value;
+    value.kind = Kind::Integer;
+    value.number = number;
+    return value;
+}
+
+BoundValue BoundValue::text(std::string text) {
+    BoundValue value;
+    value.kind = Kind::Text;
+    value.characters = std::move(text);
+    return value;
+}
+
+BoundValue BoundValue::of(const Field& field) {
+    // Integer kinds are the ones written into SQL without anything around them.
+    if (*field.getPrefix() != '\0' || *field.getSuffix() != '\0') return text(field.getValue());
+    long long number = 0;
+    if (field.getValue().empty() || !parseDecimal(field.getValue(), number))
+        throw DBIException<dbiresult::DBI_SQL_ERROR>(std::string("integer column ") + field.getName() +
+                                                      " holds a value that is not a decimal integer: \"" +
+                                                      field.getValue() + "\"");
+    return integer(number);
+}
+
+bool BoundValue::operator==(const BoundValue& other) const {
+    return kind == other.kind && number == other.number && characters == other.characters;
+}
+
+}  // namespace dbi

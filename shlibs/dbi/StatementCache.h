@@ -1,0 +1,52 @@
+#ifndef DBI_STATEMENTCACHE_H
+#define DBI_STATEMENTCACHE_H
+
+#include <cstddef>
+#include <list>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <utility>
+
+#include <boost/shared_ptr.hpp>
+#include <sqlite3.h>
+
+namespace dbi {
+
+// Prepared statements of one connection, keyed by their SQL text, at most
+// `capacity` of them; the least recently used one is finalized to make room.
+// The cache keeps its connection alive: a connection with unfinalized
+// statements cannot be closed, so the cache finalizes them all (clear() or
+// its destructor) before it lets go of the connection.
+class StatementCache {
+public:
+    explicit StatementCache(std::size_t capacity) : capacity(capacity) {}
+    ~StatementCache() { clear(); }
+    StatementCache(const StatementCache&) = delete;
+    StatementCache& operator=(const StatementCache&) = delete;
+
+    // The prepared statement for `sql` on `connection`, compiled on first use.
+    // Statements of another connection are finalized first. Returns the result
+    // code of sqlite3_prepare_v2 on failure, leaving `statement` null.
+    int prepare(const boost::shared_ptr<sqlite3>& connection, const std::string& sql, sqlite3_stmt*& statement);
+
+    // Finalizes every statement and lets go of the connection.
+    void clear();
+
+    std::size_t size() const { return entries.size(); }
+
+private:
+    struct Finalizer {
+        void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+    };
+    using Entry = std::pair<std::string, std::unique_ptr<sqlite3_stmt, Finalizer>>;
+
+    std::size_t capacity;
+    boost::shared_ptr<sqlite3> connection;
+    std::list<Entry> entries;  // most recently used first
+    std::unordered_map<std::string, std::list<Entry>::iterator> index;
+};
+
+}  // namespace dbi
+
+#endif
