@@ -51,6 +51,8 @@ void openDatabase(const std::string& path, bool create) {
     int mode = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX;
     if (create) mode |= SQLITE_OPEN_CREATE;
     dbi::Configure::setOptions(path, mode);
+    // Operators type arbitrary text (--arg "it's full"): values are bound.
+    dbi::Configure::setBindValues(true);
     // Fails here, with SQLite's text, when the file is not a database.
     dbi::Transaction::getDefaultTransaction().execStatement("SELECT count(*) FROM sqlite_master");
 }
