@@ -3,26 +3,54 @@
 
 #include <sstream>
 #include <string>
+#include <type_traits>
 #include <vector>
 
+#include "dbi/BoundValue.h"
+#include "dbi/Configure.h"
 #include "dbi/DBIException.h"
 #include "dbi/Record.h"
 #include "dbi/Transaction.h"
 
 namespace dbi {
 
+namespace detail {
+
+// Values that equals() binds in bound-values mode: integers (not bool or
+// characters, which text mode writes otherwise) and texts.
+template <class V>
+constexpr bool isBoundInteger = std::is_integral<V>::value && !std::is_same<V, bool>::value &&
+                                !std::is_same<V, char>::value && !std::is_same<V, signed char>::value &&
+                                !std::is_same<V, unsigned char>::value;
+template <class V>
+constexpr bool isBoundText = std::is_convertible<V, std::string>::value;
+
+}  // namespace detail
+
 // Builds one SELECT over the table of record class T, runs it through a
 // Transaction and turns the rows into records. A plain value: build it,
 // chain conditions, call get() or execute(). Values are written into the
-// text verbatim; a quote inside a compared value breaks the statement.
+// text verbatim; a quote inside a compared value breaks the statement. With
+// bound values on (Configure::setBindValues), equals() binds integer and
+// text values instead and the query runs as a cached prepared statement.
 template <class T>
 class Query {
 public:
     Query() = default;
 
-    // Adds " table.column = 'value' ", joined to earlier ones with "AND".
+    // Adds " table.column = 'value' ", joined to earlier ones with "AND";
+    // " table.column = ? " with the value bound in bound-values mode.
     template <class V>
     Query& equals(const std::string& column, V value, const std::string& table) {
+        if constexpr (detail::isBoundInteger<V> || detail::isBoundText<V>) {
+            if (Configure::getBindValues()) {
+                if constexpr (detail::isBoundInteger<V>)
+                    parameters.push_back(BoundValue::integer(static_cast<long long>(value)));
+                else
+                    parameters.push_back(BoundValue::text(std::string(value)));
+                return addFilter(" " + table + "." + column + " = ? ");
+            }
+        }
         std::ostringstream clause;
         clause << " " << table << "." << column << " = '" << value << "' ";
         return addFilter(clause.str());
@@ -98,7 +126,9 @@ public:
     // Appends every matching record to `records`.
     template <class V>
     void execute(V& records, Transaction& transaction) const {
-        ResultTuple result = transaction.execStatement(getQuery(false));
+        const bool bound = Configure::getBindValues() || !parameters.empty();
+        ResultTuple result = bound ? transaction.execStatement(getQuery(false), parameters)
+                                   : transaction.execStatement(getQuery(false));
         records.reserve(records.size() + result.template get<1>());
         selectFrom(result, result.template get<1>(), records, transaction);
     }
@@ -156,6 +186,7 @@ private:
     bool descending = false;
     std::string joinTable;
     std::string joinAlias;
+    BoundValues parameters;  // values of the "?" in filters, in order
 };
 
 }  // namespace dbi

@@ -28,16 +28,21 @@ public:
     // Writes the modified columns. A record without id is inserted and then
     // holds its new id. With `create`, a record carrying an id is looked up
     // first and inserted under that id when missing; otherwise it is updated.
+    // In bound-values mode the values are bound; a value an integer column
+    // cannot take is refused with DBIException<10> before anything runs.
     void save(Transaction& transaction, bool create = false) {
         T& record = self();
-        const std::map<std::string, std::string> columns = modifiedColumns(record);
+        const bool bind = Configure::getBindValues();
+        const Columns columns = modifiedColumns(record, bind);
+        const ColumnValue id = renderedId(record, bind, columns.empty());
         const bool insert = record.m_id.isUnknown() || (create && isMissing(record, transaction));
         if (columns.empty()) return;
+        BoundValues values;
         if (insert) {
-            transaction.execStatement(insertText(columns));
+            run(transaction, insertText(columns, values), values, bind);
             if (record.m_id.isUnknown()) record.m_id = transaction.lastRowId();
         } else {
-            transaction.execStatement(updateText(columns, record.m_id.getValue()));
+            run(transaction, updateText(columns, id, values), values, bind);
         }
     }
 
@@ -45,8 +50,14 @@ public:
 
     static void deleteRow(int id, Transaction& transaction) {
         std::ostringstream sql;
-        sql << "DELETE FROM " << T::m_tableName << " WHERE " << T::id << " = " << id;
-        transaction.execStatement(sql.str());
+        sql << "DELETE FROM " << T::m_tableName << " WHERE " << T::id << " = ";
+        if (Configure::getBindValues()) {
+            sql << "?";
+            transaction.execStatement(sql.str(), BoundValues{BoundValue::integer(id)});
+        } else {
+            sql << id;
+            transaction.execStatement(sql.str());
+        }
     }
 
     static void deleteAll(Transaction& transaction) { transaction.execStatement("DELETE FROM " + T::m_tableName); }
@@ -80,19 +91,56 @@ protected:
 private:
     T& self() { return static_cast<T&>(*this); }
 
-    // Column name -> SQL text of its value, for the modified fields, sorted
-    // by column name. The two markers go into SQL bare.
-    static std::map<std::string, std::string> modifiedColumns(T& record) {
-        std::map<std::string, std::string> columns;
+    // SQL text of one written value: the value in place ("'x'", "4"), a
+    // bare marker, or "?" with the value to bind.
+    struct ColumnValue {
+        std::string sql;
+        bool bound = false;
+        BoundValue value;
+    };
+    // Column name -> its value, for the modified fields, sorted by column
+    // name. The two markers go into SQL bare in either mode.
+    using Columns = std::map<std::string, ColumnValue>;
+
+    static ColumnValue render(const Field& field, bool bind) {
+        ColumnValue column;
+        const std::string& value = field.getValue();
+        if (value == DBI_UNKNOWN || value == CURRENT_TIMESTAMP) {
+            column.sql = value;
+        } else if (bind) {
+            column.sql = "?";
+            column.bound = true;
+            column.value = BoundValue::of(field);
+        } else {
+            column.sql = field.getPrefix() + value + field.getSuffix();
+        }
+        return column;
+    }
+
+    static Columns modifiedColumns(T& record, bool bind) {
+        Columns columns;
         for (const auto& entry : detail::fieldMap<T>()) {
             const Field& field = entry.second(&record);
-            if (!field.isModified()) continue;
-            const std::string& value = field.getValue();
-            columns[entry.first] = (value == DBI_UNKNOWN || value == CURRENT_TIMESTAMP)
-                                       ? value
-                                       : field.getPrefix() + value + field.getSuffix();
+            if (field.isModified()) columns[entry.first] = render(field, bind);
         }
         return columns;
+    }
+
+    // The id of the WHERE clause of an update; unused when nothing is written.
+    static ColumnValue renderedId(const T& record, bool bind, bool nothingToWrite) {
+        if (nothingToWrite || record.m_id.isUnknown()) return ColumnValue();
+        return render(record.m_id, bind);
+    }
+
+    static void appendValue(const ColumnValue& column, BoundValues& values) {
+        if (column.bound) values.push_back(column.value);
+    }
+
+    static void run(Transaction& transaction, const std::string& sql, const BoundValues& values, bool bind) {
+        if (bind)
+            transaction.execStatement(sql, values);
+        else
+            transaction.execStatement(sql);
     }
 
     static bool isMissing(const T& record, Transaction& transaction) {
@@ -104,26 +152,29 @@ private:
         }
     }
 
-    static std::string insertText(const std::map<std::string, std::string>& columns) {
+    static std::string insertText(const Columns& columns, BoundValues& bound) {
         std::ostringstream names, values;
         const char* separator = "";
         for (const auto& column : columns) {
             names << separator << column.first;
-            values << separator << column.second;
+            values << separator << column.second.sql;
+            appendValue(column.second, bound);
             separator = ", ";
         }
         return "INSERT INTO " + T::m_tableName + " ( " + names.str() + " ) VALUES ( " + values.str() + " )";
     }
 
-    static std::string updateText(const std::map<std::string, std::string>& columns, const std::string& id) {
+    static std::string updateText(const Columns& columns, const ColumnValue& id, BoundValues& bound) {
         std::ostringstream sql;
         sql << "UPDATE " << T::m_tableName << " SET ";
         const char* separator = "";
         for (const auto& column : columns) {
-            sql << separator << column.first << " = " << column.second;
+            sql << separator << column.first << " = " << column.second.sql;
+            appendValue(column.second, bound);
             separator = ", ";
         }
-        sql << " WHERE id = " << id;
+        sql << " WHERE id = " << id.sql;
+        appendValue(id, bound);
         return sql.str();
     }
 };
