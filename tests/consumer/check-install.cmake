@@ -24,6 +24,16 @@ if(NOT last_output MATCHES "SONAME +libdbi\\.so\\.1\n")
   message(FATAL_ERROR "libdbi.so.1.0.0 has no SONAME libdbi.so.1")
 endif()
 
+# The installed tool finds its library through its own run path.
+if(WITH_TOOLS)
+  set(no_library_path ${CMAKE_COMMAND} -E env --unset=LD_LIBRARY_PATH)
+  run(${no_library_path} ${prefix}/bin/dbictl --help)
+  if(NOT last_output MATCHES "usage: dbictl")
+    message(FATAL_ERROR "installed dbictl --help printed no usage:\n${last_output}")
+  endif()
+  run(${no_library_path} ${prefix}/bin/dbictl init ${WORK_DIR}/installed-tool.db)
+endif()
+
 run(${CMAKE_COMMAND} -S ${CONSUMER_SOURCE_DIR} -B ${WORK_DIR}/build -DCMAKE_PREFIX_PATH=${prefix})
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/build)
 run(${WORK_DIR}/build/consumer ${WORK_DIR}/consumer.db)
