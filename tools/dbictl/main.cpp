@@ -284,7 +284,8 @@ const std::vector<Subcommand>& subcommands() {
 }
 
 void printUsage(std::ostream& out) {
-    out << "usage: dbictl SUBCOMMAND DB [OPTIONS]   (dbictl SUBCOMMAND --help for details)\n";
+    out << "usage: dbictl SUBCOMMAND DB [OPTIONS]   (dbictl SUBCOMMAND --help for details)\n"
+        << "       dbictl --version\n";
     for (const Subcommand& subcommand : subcommands()) out << "  dbictl " << subcommand.usage << "\n";
 }
 
@@ -316,6 +317,10 @@ int main(int argc, char** argv) {
     if (words.empty() || words[0] == "--help" || words[0] == "-h") {
         printUsage(words.empty() ? std::cerr : std::cout);
         return words.empty() ? 2 : 0;
+    }
+    if (words[0] == "--version") {
+        std::cout << dbi::version() << "\n";
+        return 0;
     }
     for (const Subcommand& subcommand : subcommands())
         if (words[0] == subcommand.name) return runSubcommand(subcommand, {words.begin() + 1, words.end()});
