@@ -16,6 +16,7 @@
 #include <dbi/dbi.h>
 
 #include "Arguments.h"
+#include "Commands.h"
 
 namespace dbictl {
 extern const char* const kSchema;  // schema/schema.sql, embedded at build time
@@ -33,6 +34,8 @@ struct Subcommand {
     const char* help;
     std::set<std::string> options;
     std::function<int(const dbictl::Arguments&)> run;
+    std::set<std::string> flags = {};
+    std::vector<std::string> operands = {};
 };
 
 // An existing, non-empty file that does not start with SQLite's header.
@@ -279,6 +282,16 @@ const std::vector<Subcommand>& subcommands() {
          {"source", "operation", "target", "arg", "int", "timeout"}, send},
         {"event", "event DB --source N --operation M [--arg S] [--int I]", "Posts a one-way event.",
          {"source", "operation", "arg", "int"}, event},
+        {"show", "show DB TABLE [--where CONDITION] [--order COLUMN] [--limit N] [--json]",
+         "Prints the rows of TABLE (ordered by id unless --order is given) as an aligned table,\n"
+         "or one JSON object per row with --json. CONDITION is an SQL condition on the table's columns.\n"
+         "Byte arrays show as base64, NULL as empty (null in JSON).",
+         {"where", "order", "limit"}, [](const dbictl::Arguments& args) { return dbictl::show(args, openDatabase); },
+         {"json"}, {"table"}},
+        {"check", "check DB",
+         "Checks the file's integrity and references and reports the journal, the write-ahead log and\n"
+         "the command channel. Exit status: 0 healthy, 1 findings (listed) or failed.",
+         {}, [](const dbictl::Arguments& args) { return dbictl::check(args, openDatabase); }},
     };
     return all;
 }
@@ -297,7 +310,7 @@ int runSubcommand(const Subcommand& subcommand, const std::vector<std::string>& 
         }
     }
     try {
-        return subcommand.run(dbictl::Arguments(words, subcommand.options));
+        return subcommand.run(dbictl::Arguments(words, subcommand.options, subcommand.flags, subcommand.operands));
     } catch (const dbictl::UsageError& e) {
         std::cerr << "dbictl " << subcommand.name << ": " << e.what() << "\nusage: dbictl " << subcommand.usage
                   << "\n";
