@@ -26,6 +26,9 @@ endif()
 
 # The installed tool finds its library through its own run path.
 if(WITH_TOOLS)
+  if(NOT EXISTS ${prefix}/share/man/man1/dbictl.1.gz)
+    message(FATAL_ERROR "install lacks the manual page share/man/man1/dbictl.1.gz")
+  endif()
   set(no_library_path ${CMAKE_COMMAND} -E env --unset=LD_LIBRARY_PATH)
   run(${no_library_path} ${prefix}/bin/dbictl --help)
   if(NOT last_output MATCHES "usage: dbictl")
