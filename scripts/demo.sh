@@ -42,3 +42,7 @@ status=0
 echo "== stopping the responder; what it did:"
 kill "$responder"; wait "$responder" || true; responder=""
 sed 's/^/   responder | /' "$workdir/responder.log"
+
+echo "== what the database holds now: the command channel's rows, and a health check"
+"$dbictl" show "$db" library_commandresponse
+"$dbictl" check "$db"

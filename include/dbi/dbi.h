@@ -15,6 +15,7 @@
 #include "dbi/Record.h"
 #include "dbi/Table.h"
 #include "dbi/Transaction.h"
+#include "dbi/Version.h"
 #include "dbi/library.h"
 #include "dbi/media.h"
 #include "dbi/trend.h"

@@ -6,20 +6,27 @@
 
 namespace dbictl {
 
-Arguments::Arguments(const std::vector<std::string>& words, const std::set<std::string>& known) {
+Arguments::Arguments(const std::vector<std::string>& words, const std::set<std::string>& known,
+                     const std::set<std::string>& flags, const std::vector<std::string>& operandNames) {
     for (std::size_t i = 0; i < words.size(); ++i) {
         const std::string& word = words[i];
         if (word.compare(0, 2, "--") != 0) {
-            if (!path.empty()) throw UsageError("unexpected argument '" + word + "'");
-            path = word;
+            if (path.empty()) path = word;
+            else if (extra.size() < operandNames.size()) extra.push_back(word);
+            else throw UsageError("unexpected argument '" + word + "'");
             continue;
         }
         const std::string option = word.substr(2);
+        if (flags.count(option)) {
+            values[option] = "";
+            continue;
+        }
         if (!known.count(option)) throw UsageError("unknown option '" + word + "'");
         if (i + 1 == words.size()) throw UsageError("option '" + word + "' needs a value");
         values[option] = words[++i];
     }
     if (path.empty()) throw UsageError("no database file given");
+    if (extra.size() < operandNames.size()) throw UsageError("no " + operandNames[extra.size()] + " given");
 }
 
 std::string Arguments::text(const std::string& option, const std::string& fallback) const {

@@ -16,6 +16,7 @@
 #include <dbi/dbi.h>
 
 #include "Arguments.h"
+#include "Commands.h"
 
 namespace dbictl {
 extern const char* const kSchema;  // schema/schema.sql, embedded at build time
@@ -33,6 +34,8 @@ struct Subcommand {
     const char* help;
     std::set<std::string> options;
     std::function<int(const dbictl::Arguments&)> run;
+    std::set<std::string> flags = {};
+    std::vector<std::string> operands = {};
 };
 
 // An existing, non-empty file that does not start with SQLite's header.
@@ -76,6 +79,14 @@ void waitForStopSignal() {
     sigset_t signals = stopSignals();
     int received = 0;
     sigwait(&signals, &received);
+}
+
+// --wake MS: this process's dispatchers look for other processes' commits
+// every MS milliseconds instead of only polling every 5 seconds.
+void applyWakeOption(const dbictl::Arguments& args) {
+    const int milliseconds = args.integer("wake", 0);
+    if (milliseconds < 0) throw dbictl::UsageError("option '--wake' must not be negative");
+    dbi::Notify::setDefaultWakeInterval(boost::posix_time::milliseconds(milliseconds));
 }
 
 // Runs `notify` on its own thread until a stop signal arrives.
@@ -143,6 +154,7 @@ int init(const dbictl::Arguments& args) {
 }
 
 int watch(const dbictl::Arguments& args) {
+    applyWakeOption(args);
     openDatabase(args.database(), false);
     blockStopSignals();
     std::vector<std::string> tables;
@@ -177,6 +189,7 @@ int respond(const dbictl::Arguments& args) {
     const int operation = args.integer("operation");
     const int result = args.integer("result", 0);
     const std::string text = args.text("text", "done");
+    applyWakeOption(args);
     openDatabase(args.database(), false);
     blockStopSignals();
     dbi::Notify notify;
@@ -240,17 +253,21 @@ int send(const dbictl::Arguments& args) {
                             dbi::CURRENT_TIMESTAMP, 0, "", 0);
     const int timeout = args.integer("timeout", 60);
     if (timeout < 0) throw dbictl::UsageError("option '--timeout' must not be negative");
+    applyWakeOption(args);
     openDatabase(args.database(), false);
     std::cout << now() << "  sending operation " << command.m_operationId.getValue() << " from endpoint "
               << command.m_sourceId.getValue() << " to " << command.m_targetId.getValue() << std::endl;
     CommandResponse response;
+    const auto start = boost::chrono::steady_clock::now();
     {
         WaitingDisplay display;
         response = dbi::sendCommand(command, boost::posix_time::seconds(timeout));
     }
+    const boost::chrono::duration<double, boost::milli> roundTrip = boost::chrono::steady_clock::now() - start;
     response = CommandResponse::get(response.m_id.getIntValue(), dbi::Transaction::getDefaultTransaction());
     const bool completed = response.m_stateId.getIntValue() == dbi::library::CRState::COMPLETED;
     std::cout << now() << "  " << (completed ? "answered  " : "timed out ") << describe(response) << "\n";
+    std::cout << "  round trip " << std::fixed << std::setprecision(1) << roundTrip.count() << " ms\n";
     printTimeline(response.m_id.getIntValue());
     return completed ? 0 : 3;
 }
@@ -270,23 +287,35 @@ const std::vector<Subcommand>& subcommands() {
     static const std::vector<Subcommand> all = {
         {"init", "init DB", "Creates DB from the schema, with the lookup rows of the known endpoints and operations.",
          {}, init},
-        {"watch", "watch DB [--table T]", "Prints journal events as a dispatcher delivers them, until interrupted.",
-         {"table"}, watch},
-        {"respond", "respond DB --endpoint N --operation M [--result R] [--text S]",
+        {"watch", "watch DB [--table T] [--wake MS]",
+         "Prints journal events as a dispatcher delivers them, until interrupted.",
+         {"table", "wake"}, watch},
+        {"respond", "respond DB --endpoint N --operation M [--result R] [--text S] [--wake MS]",
          "Accepts and completes commands from endpoint N asking for operation M, until interrupted.",
-         {"endpoint", "operation", "result", "text"}, respond},
-        {"send", "send DB --source N --operation M --target K [--arg S] [--int I] [--timeout SECONDS]",
+         {"endpoint", "operation", "result", "text", "wake"}, respond},
+        {"send", "send DB --source N --operation M --target K [--arg S] [--int I] [--timeout SECONDS] [--wake MS]",
          "Sends one command and waits for its answer (default time-out 60 s).\n"
          "Exit status: 0 answered, 3 timed out, 1 failed.",
-         {"source", "operation", "target", "arg", "int", "timeout"}, send},
+         {"source", "operation", "target", "arg", "int", "timeout", "wake"}, send},
         {"event", "event DB --source N --operation M [--arg S] [--int I]", "Posts a one-way event.",
          {"source", "operation", "arg", "int"}, event},
+        {"show", "show DB TABLE [--where CONDITION] [--order COLUMN] [--limit N] [--json]",
+         "Prints the rows of TABLE (ordered by id unless --order is given) as an aligned table,\n"
+         "or one JSON object per row with --json. CONDITION is an SQL condition on the table's columns.\n"
+         "Byte arrays show as base64, NULL as empty (null in JSON).",
+         {"where", "order", "limit"}, [](const dbictl::Arguments& args) { return dbictl::show(args, openDatabase); },
+         {"json"}, {"table"}},
+        {"check", "check DB",
+         "Checks the file's integrity and references and reports the journal, the write-ahead log and\n"
+         "the command channel. Exit status: 0 healthy, 1 findings (listed) or failed.",
+         {}, [](const dbictl::Arguments& args) { return dbictl::check(args, openDatabase); }},
     };
     return all;
 }
 
 void printUsage(std::ostream& out) {
-    out << "usage: dbictl SUBCOMMAND DB [OPTIONS]   (dbictl SUBCOMMAND --help for details)\n";
+    out << "usage: dbictl SUBCOMMAND DB [OPTIONS]   (dbictl SUBCOMMAND --help for details)\n"
+        << "       dbictl --version\n";
     for (const Subcommand& subcommand : subcommands()) out << "  dbictl " << subcommand.usage << "\n";
 }
 
@@ -294,11 +323,14 @@ int runSubcommand(const Subcommand& subcommand, const std::vector<std::string>& 
     for (const std::string& word : words) {
         if (word == "--help" || word == "-h") {
             std::cout << "usage: dbictl " << subcommand.usage << "\n" << subcommand.help << "\n";
+            if (subcommand.options.count("wake"))
+                std::cout << "--wake MS looks for other processes' commits every MS milliseconds, so each hop\n"
+                             "takes milliseconds instead of up to 5 s (default 0: journal polls only).\n";
             return 0;
         }
     }
     try {
-        return subcommand.run(dbictl::Arguments(words, subcommand.options));
+        return subcommand.run(dbictl::Arguments(words, subcommand.options, subcommand.flags, subcommand.operands));
     } catch (const dbictl::UsageError& e) {
         std::cerr << "dbictl " << subcommand.name << ": " << e.what() << "\nusage: dbictl " << subcommand.usage
                   << "\n";
@@ -318,6 +350,10 @@ int main(int argc, char** argv) {
     if (words.empty() || words[0] == "--help" || words[0] == "-h") {
         printUsage(words.empty() ? std::cerr : std::cout);
         return words.empty() ? 2 : 0;
+    }
+    if (words[0] == "--version") {
+        std::cout << dbi::version() << "\n";
+        return 0;
     }
     for (const Subcommand& subcommand : subcommands())
         if (words[0] == subcommand.name) return runSubcommand(subcommand, {words.begin() + 1, words.end()});

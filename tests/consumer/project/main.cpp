@@ -14,7 +14,7 @@ int main(int argc, char** argv) {
         transaction.execStatement("INSERT INTO t VALUES (1)");
         transaction.release();
         dbi::ResultTuple rows = dbi::Transaction::getDefaultTransaction().execStatement("SELECT count(*) FROM t");
-        std::cout << "rows: " << rows.get<0>().get()[1] << "\n";
+        std::cout << "dbi " << dbi::version() << ", rows: " << rows.get<0>().get()[1] << "\n";
         return std::string(rows.get<0>().get()[1]) == "1" ? 0 : 1;
     } catch (const dbi::DBIBaseException& e) {
         std::cerr << e.what() << "\n";
