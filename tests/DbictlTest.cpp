@@ -103,6 +103,12 @@ TEST_F(Dbictl, showRejectsUnknownNamesAndBadConditions) {
     EXPECT_EQ(1, dbictl({"show", path + ".missing", "library_element"}).status);
 }
 
+TEST_F(Dbictl, storesAnOperatorsTextAsTyped) {
+    const Outcome run = dbictl({"event", path, "--source", "1", "--operation", "3", "--arg", "it's full"});
+    EXPECT_EQ(0, run.status) << run.output;
+    EXPECT_EQ("it's full", scalar("SELECT string_argument FROM library_commandresponse"));
+}
+
 TEST_F(Dbictl, checkFindsAFreshDatabaseHealthy) {
     exec("INSERT INTO library_commandresponse (source_id, operation_id, target_id, start_time, state_id) "
          "VALUES (1, 1, 2, datetime('now', '-5 minutes'), 3)");
