@@ -164,6 +164,19 @@ TEST_F(BoundRecords, nonIntegerTextInAnIntegerColumnIsRefusedBeforeAnythingRuns)
     EXPECT_EQ(std::vector<std::string>{"ann"}, independently("SELECT name FROM test_owner"));
 }
 
+TEST_F(BoundRecords, aStorageFailureInsideATransactionLosesItWhole) {
+    {
+        dbi::Transaction transaction(true);
+        Owner("a").save(transaction);
+        boost::shared_ptr<sqlite3> held = dbi::DBManager::getConnection();
+        ASSERT_EQ(SQLITE_OK, sqlite3_exec(held.get(), "PRAGMA query_only = 1", nullptr, nullptr, nullptr));
+        EXPECT_THROW(Owner("b").save(transaction), dbi::DBIException<dbiresult::DBI_STORAGE_ERROR>);
+        EXPECT_EQ(nullptr, sqlite3_next_stmt(held.get(), nullptr));
+        EXPECT_THROW(transaction.release(), dbi::DBIException<dbiresult::DBI_STORAGE_ERROR>);
+    }
+    EXPECT_EQ(std::vector<std::string>{"ann"}, independently("SELECT name FROM test_owner"));
+}
+
 TEST_F(BoundRecords, busySaveIsRetriedUntilTheWriterLetsGo) {
     sqlite3* writer = nullptr;
     ASSERT_EQ(SQLITE_OK, sqlite3_open(path.c_str(), &writer));

@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 
 #include <boost/thread/thread.hpp>
+#include <fstream>
 
 #include "support/TestDatabase.h"
 
@@ -40,18 +41,45 @@ TEST_F(Connection, outlivesItsThreadOnlyWhileACopyIsHeld) {
     EXPECT_EQ(SQLITE_OK, sqlite3_exec(kept.get(), "CREATE TABLE t (a)", nullptr, nullptr, nullptr));
 }
 
-TEST_F(Connection, missingFileFailsWithStorageErrorAndIsRetriedLater) {
-    dbi::Configure::setOptions(directory + "/absent.db", SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX);
-    try {
-        dbi::DBManager::getConnection();
-        FAIL() << "opened a missing file";
-    } catch (const dbi::DBIException<dbiresult::DBI_STORAGE_ERROR>& e) {
-        EXPECT_EQ(dbiresult::DBI_STORAGE_ERROR, e.getCode());
-        EXPECT_STREQ("bad parameter or other API misuse", e.what());
+TEST_F(Connection, openFailuresCarrySqlitesReasonAndAreTriedAgainLater) {
+    const std::string expected[][2] = {{directory + "/absent.db", "unable to open database file"},
+                                       {directory + "/garbage.db", "file is not a database"}};
+    std::ofstream(directory + "/garbage.db") << std::string(4096, 'x');
+    for (const auto& file : expected) {
+        dbi::Configure::setOptions(file[0], SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX);
+        try {
+            dbi::DBManager::getConnection();
+            ADD_FAILURE() << "opened " << file[0];
+        } catch (const dbi::DBIException<dbiresult::DBI_STORAGE_ERROR>& e) {
+            EXPECT_STREQ(file[1].c_str(), e.what());
+        }
     }
     dbi::Configure::setOptions(directory + "/absent.db",
                                SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX);
     EXPECT_TRUE(dbi::DBManager::getConnection());
+}
+
+TEST_F(Connection, busySetUpIsBusyAndRetriedByStatements) {
+    // A file still in rollback-journal mode, exclusively locked by another
+    // connection: switching it to WAL meets the lock.
+    sqlite3* holder = nullptr;
+    ASSERT_EQ(SQLITE_OK, sqlite3_open(path.c_str(), &holder));
+    ASSERT_EQ(SQLITE_OK, sqlite3_exec(holder, "CREATE TABLE t (a); BEGIN EXCLUSIVE; INSERT INTO t VALUES (1)", nullptr,
+                                      nullptr, nullptr));
+    try {
+        dbi::DBManager::getConnection();
+        ADD_FAILURE() << "opened under an exclusive lock";
+    } catch (const dbi::DBIException<dbiresult::DBI_BUSY>& e) {
+        EXPECT_STREQ("database is locked", e.what());
+    }
+    boost::thread releaser([holder] {
+        boost::this_thread::sleep_for(boost::chrono::milliseconds(1500));
+        sqlite3_exec(holder, "COMMIT", nullptr, nullptr, nullptr);
+    });
+    EXPECT_EQ("1", scalar("SELECT count(*) FROM t"));
+    releaser.join();
+    sqlite3_close(holder);
+    EXPECT_EQ("wal", scalar("PRAGMA journal_mode"));
 }
 
 TEST_F(Connection, swapInstallsAndReturnsThePreviousConnection) {

@@ -93,13 +93,33 @@ TEST_F(Statement, storageFailureWithoutReconnectDropsTheConnection) {
     exec("INSERT INTO t VALUES (2, 'b')");
 }
 
-TEST_F(Statement, storageFailureWithReconnectRetriesOnAFreshConnection) {
+TEST_F(Statement, storageFailureInASavepointIsNotRetriedOnAFreshConnection) {
     sqlite3* readOnly = nullptr;
     ASSERT_EQ(SQLITE_OK, sqlite3_open_v2(path.c_str(), &readOnly, SQLITE_OPEN_READONLY, nullptr));
     dbi::DBManager::swapConnection(boost::shared_ptr<sqlite3>(readOnly, sqlite3_close));
     dbi::ResultTuple result;
-    dbi::DBManager::execStatement("INSERT INTO t VALUES (1, 'a')", result, true);
-    EXPECT_EQ("1", scalar("SELECT count(*) FROM t"));
+    EXPECT_THROW(dbi::DBManager::execStatement("INSERT INTO t VALUES (1, 'a')", result, true),
+                 dbi::DBIException<dbiresult::DBI_STORAGE_ERROR>);
+    EXPECT_EQ("0", scalar("SELECT count(*) FROM t"));
+}
+
+TEST_F(Statement, staleSnapshotFailsAtOnce) {
+    dbi::Transaction reader(true);
+    reader.execStatement("SELECT count(*) FROM t");
+    sqlite3* other = nullptr;
+    ASSERT_EQ(SQLITE_OK, sqlite3_open(path.c_str(), &other));
+    ASSERT_EQ(SQLITE_OK, sqlite3_exec(other, "INSERT INTO t VALUES (1, 'outside')", nullptr, nullptr, nullptr));
+    sqlite3_close(other);
+
+    StatementTrace trace;
+    const std::string insert = "INSERT INTO t VALUES (2, 'stale')";
+    const auto start = boost::chrono::steady_clock::now();
+    EXPECT_THROW(reader.execStatement(insert), dbi::DBIException<dbiresult::DBI_BUSY>);
+    EXPECT_LT(boost::chrono::steady_clock::now() - start, boost::chrono::seconds(3));
+    EXPECT_EQ(1, triesOf(trace, insert));
+    reader.rollback();
+    exec(insert);  // a new transaction sees the outside row and can write
+    EXPECT_EQ("2", scalar("SELECT count(*) FROM t"));
 }
 
 TEST_F(Statement, lastRowIdIsDecimalTextOfTheLastInsert) {

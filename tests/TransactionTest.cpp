@@ -1,5 +1,6 @@
 #include <sqlite3.h>
 
+#include <memory>
 #include <regex>
 
 #include "support/TestDatabase.h"
@@ -28,6 +29,22 @@ protected:
         sqlite3_free_table(table);
         sqlite3_close(other);
         return count;
+    }
+
+    // Makes every further write on this thread's connection fail as storage.
+    void makeConnectionReadOnly() {
+        ASSERT_EQ(SQLITE_OK, sqlite3_exec(dbi::DBManager::getConnection().get(), "PRAGMA query_only = 1", nullptr,
+                                          nullptr, nullptr));
+    }
+
+    void expectLost(dbi::Transaction& handle) {
+        EXPECT_TRUE(handle.isLost());
+        try {
+            handle.release();
+            ADD_FAILURE() << "released a lost transaction";
+        } catch (const dbi::DBIException<dbiresult::DBI_STORAGE_ERROR>& e) {
+            EXPECT_NE(std::string::npos, std::string(e.what()).find("lost with its connection")) << e.what();
+        }
     }
 };
 
@@ -131,5 +148,46 @@ TEST_F(Transactions, aReleasedHandleCanBeOpenedAgain) {
     handle.execStatement("INSERT INTO t VALUES (2)");
     EXPECT_EQ("FIRST_SAVEPOINT", handle.getSavepointName());
     handle.rollback();
+    EXPECT_EQ("1", committedCount());
+}
+
+TEST_F(Transactions, storageFailureLosesTheWholeTransactionAndNothingOfItCommits) {
+    boost::shared_ptr<sqlite3> heldCopy = dbi::DBManager::getConnection();
+    dbi::Transaction handle(true);
+    handle.execStatement("INSERT INTO t VALUES (1)");
+    makeConnectionReadOnly();
+    StatementTrace trace;
+    EXPECT_THROW(handle.execStatement("INSERT INTO t VALUES (2)"), dbi::DBIException<dbiresult::DBI_STORAGE_ERROR>);
+    EXPECT_EQ((Statements{"INSERT INTO t VALUES (2)", "ROLLBACK"}), trace.statements());
+    EXPECT_THROW(handle.execStatement("INSERT INTO t VALUES (3)"), dbi::DBIException<dbiresult::DBI_STORAGE_ERROR>);
+    expectLost(handle);
+    EXPECT_EQ("0", committedCount());
+    // Rolled back on the failing connection itself, although a copy keeps it open.
+    EXPECT_NE(0, sqlite3_get_autocommit(heldCopy.get()));
+    EXPECT_NE(heldCopy, dbi::DBManager::getConnection());
+    handle.rollback();
+    EXPECT_FALSE(handle.isOpen());
+
+    dbi::Transaction next(true);
+    next.execStatement("INSERT INTO t VALUES (4)");
+    EXPECT_EQ("FIRST_SAVEPOINT", next.getSavepointName());
+    next.release();
+    EXPECT_EQ("1", committedCount());
+}
+
+TEST_F(Transactions, everyHandleOfALostTransactionKnowsIt) {
+    auto outer = std::make_unique<dbi::Transaction>(true);
+    outer->execStatement("INSERT INTO t VALUES (1)");
+    auto inner = std::make_unique<dbi::Transaction>(true);
+    inner->execStatement("INSERT INTO t VALUES (2)");
+    makeConnectionReadOnly();
+    // A statement of the thread outside either handle still belongs to the transaction.
+    EXPECT_THROW(exec("INSERT INTO t VALUES (3)"), dbi::DBIException<dbiresult::DBI_STORAGE_ERROR>);
+    EXPECT_EQ(0u, dbi::TransactionMgr::get()->depth());
+    expectLost(*inner);
+    expectLost(*outer);
+    inner.reset();
+    outer.reset();
+    exec("INSERT INTO t VALUES (5)");
     EXPECT_EQ("1", committedCount());
 }

@@ -29,8 +29,10 @@ public:
     DBManager() = delete;
 
     // This thread's connection, opened and initialised (foreign keys on, WAL)
-    // on first use. Throws DBIException<3> when opening or initialising fails;
-    // nothing is cached then, so the next call tries again.
+    // on first use. Throws DBIException<16> when SQLite answers busy or locked
+    // while opening or initialising, DBIException<3> for any other failure,
+    // both with SQLite's reason; nothing is cached then, so the next call
+    // tries again.
     static boost::shared_ptr<sqlite3> getConnection();
 
     // Installs `connection` as this thread's connection, unchanged, and
@@ -41,9 +43,15 @@ public:
     static boost::mutex& getFieldMapMutex();
 
     // Runs `sql` (one or more statements) on this thread's connection.
-    // Busy conditions are retried up to five tries with pauses of 0, 1, 2 and
-    // 3 seconds; a storage failure drops the connection and, when `reconnect`
-    // is true, is retried on a fresh one. Other failures throw at once.
+    // Busy conditions (opening included) are retried up to five tries with
+    // pauses of 0, 1, 2 and 3 seconds, except a stale WAL snapshot, which
+    // only a new transaction can cure and which is thrown at once. A storage
+    // failure drops the connection and throws DBIException<3> after one try.
+    // When the statement runs inside a savepoint (`reconnect` true, or any
+    // savepoint open on the thread) the failure also ends the transaction:
+    // it is rolled back on the failing connection and the thread's savepoint
+    // stack is forgotten, so nothing of it can be committed later. Other
+    // failures throw at once and keep the connection.
     static void execStatement(const std::string& sql, ResultTuple& result, bool reconnect);
 
     // Runs one statement whose "?" parameters take `values` in order, through
@@ -56,10 +64,15 @@ public:
     static std::string lastRowId();
 
 private:
-    // Runs `attempt` until it succeeds, retrying busy and storage failures.
-    static void runWithRetries(const std::function<void()>& attempt, bool reconnect);
-    // Lets go of this thread's connection and its prepared statements.
-    static void dropConnection();
+    // One try of a statement on the given connection; throws through
+    // throwException on failure.
+    using Attempt = std::function<void(const boost::shared_ptr<sqlite3>&)>;
+
+    // The retry and failure rules of execStatement, for any kind of attempt.
+    static void runWithRetries(const Attempt& attempt, bool inSavepoint);
+    // After a storage failure: ends the thread's transaction if it has one
+    // and lets go of the connection and its prepared statements.
+    static void abandonConnection(const boost::shared_ptr<sqlite3>& failed, bool inSavepoint);
 
     static boost::thread_specific_ptr<boost::shared_ptr<sqlite3>> tsp;
     static boost::mutex m_fieldMapMutex;

@@ -1,6 +1,7 @@
 #ifndef DBI_TRANSACTION_H
 #define DBI_TRANSACTION_H
 
+#include <cstdint>
 #include <deque>
 #include <string>
 
@@ -16,6 +17,11 @@ namespace dbi {
 // a handle destroyed while it owns a savepoint rolls it back and never
 // throws. Only the outermost release commits. A handle belongs to the thread
 // that opened its savepoint.
+//
+// A storage failure inside a transaction loses the whole transaction with its
+// connection (nothing of it is committed). Every handle of it is then lost:
+// execStatement() and release() throw DBIException<3>, rollback() and the
+// destructor do nothing, and the thread's next transaction starts afresh.
 class DBI_EXPORT Transaction : private boost::noncopyable {
 public:
     // With autoBegin, the first execStatement opens the savepoint.
@@ -25,11 +31,11 @@ public:
     void begin();
     // Both throw DBIException<14> when this handle's savepoint is not the
     // innermost one open on the thread; the handle keeps its savepoint then.
+    // release() of a lost handle throws DBIException<3> and keeps it lost.
     void release();
     void rollback();
 
-    // Runs `sql`; a storage failure is retried on a new connection only while
-    // this handle holds a savepoint.
+    // Runs `sql`, inside this handle's savepoint when it holds one.
     ResultTuple execStatement(const std::string& sql);
     // The same for one statement whose "?" parameters take `values`.
     ResultTuple execStatement(const std::string& sql, const BoundValues& values);
@@ -37,13 +43,18 @@ public:
 
     bool isOpen() const { return !savepointName.empty(); }
     const std::string& getSavepointName() const { return savepointName; }
+    // True when the savepoint this handle holds went with a failed connection.
+    bool isLost() const;
 
     // The process-wide autocommit handle (never opens a savepoint).
     static Transaction& getDefaultTransaction();
 
 private:
+    [[noreturn]] void throwLost() const;
+
     bool autoBegin;
     std::string savepointName;
+    std::uint64_t generation = 0;  // of the thread's savepoint stack at begin()
 };
 
 // Per-thread stack of open savepoint names; issues the savepoint statements
@@ -62,10 +73,17 @@ public:
 
     std::size_t depth() const { return savepoints.size(); }
 
+    // Drops every open savepoint name without running a statement, after
+    // the connection that held them failed; handles opened before can tell
+    // by the changed generation.
+    void forgetSavepoints();
+    std::uint64_t generation() const { return stackGeneration; }
+
 private:
     void requireInnermost(const std::string& name, const char* what) const;
 
     std::deque<std::string> savepoints;
+    std::uint64_t stackGeneration = 0;
 };
 
 }  // namespace dbi

@@ -13,6 +13,7 @@
 #include "dbi/Notify.h"
 #include "dbi/Query.h"
 #include "dbi/Record.h"
+#include "dbi/RetryTransaction.h"
 #include "dbi/Table.h"
 #include "dbi/Transaction.h"
 #include "dbi/Version.h"

@@ -13,6 +13,7 @@
 #include "StatementCache.h"
 #include "dbi/Configure.h"
 #include "dbi/DBIException.h"
+#include "dbi/Transaction.h"
 
 namespace dbi {
 
@@ -50,23 +51,29 @@ private:
     mode_t saved;
 };
 
-// The handle is closed before its error text is taken. A closed handle is
-// no longer a valid connection, and SQLite answers any call on one with its
-// misuse text; that text is produced here without touching freed memory.
-[[noreturn]] void failOpen(sqlite3* db) {
-    const bool hadHandle = db != nullptr;
+bool isBusyOrLocked(int rc) {
+    const int primary = rc & 0xff;
+    return primary == SQLITE_BUSY || primary == SQLITE_LOCKED;
+}
+
+// SQLite's reason is taken while the handle is still open (or from the
+// result code when there is no handle); then the handle is closed. Busy and
+// locked are contention, retried by the statement loop like any busy answer.
+[[noreturn]] void failOpen(sqlite3* db, int rc) {
+    const std::string reason = db ? sqlite3_errmsg(db) : sqlite3_errstr(rc);
     sqlite3_close(db);
-    const char* text = hadHandle ? sqlite3_errstr(SQLITE_MISUSE) : sqlite3_errmsg(nullptr);
-    throw DBIException<dbiresult::DBI_STORAGE_ERROR>(text);
+    if (isBusyOrLocked(rc)) throw DBIException<dbiresult::DBI_BUSY>(reason);
+    throw DBIException<dbiresult::DBI_STORAGE_ERROR>(reason);
 }
 
 sqlite3* openAndInitialise() {
     sqlite3* db = nullptr;
-    if (sqlite3_open_v2(Configure::getDatabaseName().c_str(), &db, Configure::getDatabaseMode(), nullptr) !=
-        SQLITE_OK)
-        failOpen(db);
-    if (sqlite3_exec(db, "PRAGMA foreign_keys = ON;", nullptr, nullptr, nullptr) != SQLITE_OK) failOpen(db);
-    if (sqlite3_exec(db, "PRAGMA journal_mode = WAL;", nullptr, nullptr, nullptr) != SQLITE_OK) failOpen(db);
+    int rc = sqlite3_open_v2(Configure::getDatabaseName().c_str(), &db, Configure::getDatabaseMode(), nullptr);
+    if (rc != SQLITE_OK) failOpen(db, rc);
+    for (const char* setup : {"PRAGMA foreign_keys = ON;", "PRAGMA journal_mode = WAL;"}) {
+        rc = sqlite3_exec(db, setup, nullptr, nullptr, nullptr);
+        if (rc != SQLITE_OK) failOpen(db, rc);
+    }
     // "create_wal" belongs to the database file, not to this library; its
     // absence is not an error.
     sqlite3_exec(db, "select * from create_wal;", nullptr, nullptr, nullptr);
@@ -95,17 +102,11 @@ boost::shared_ptr<sqlite3> DBManager::swapConnection(boost::shared_ptr<sqlite3> 
     return previous;
 }
 
-void DBManager::dropConnection() {
-    if (statementCache.get()) statementCache->clear();
-    if (tsp.get()) tsp.reset();
-}
-
 boost::mutex& DBManager::getFieldMapMutex() { return m_fieldMapMutex; }
 
 namespace {
 
-void runOnce(const std::string& sql, ResultTuple& result) {
-    boost::shared_ptr<sqlite3> connection = DBManager::getConnection();
+void getTable(const boost::shared_ptr<sqlite3>& connection, const std::string& sql, ResultTuple& result) {
     char** array = nullptr;
     int rows = 0;
     int columns = 0;
@@ -189,8 +190,8 @@ void collectRows(sqlite3_stmt* statement, const boost::shared_ptr<sqlite3>& conn
     result = ResultTuple(boost::shared_ptr<char*>(table, table->cells.data()), rows, rows ? columns : 0);
 }
 
-void runBoundOnce(const std::string& sql, const BoundValues& values, ResultTuple& result) {
-    boost::shared_ptr<sqlite3> connection = DBManager::getConnection();
+void runBound(const boost::shared_ptr<sqlite3>& connection, const std::string& sql, const BoundValues& values,
+              ResultTuple& result) {
     sqlite3_stmt* statement = nullptr;
     const int rc = threadStatementCache().prepare(connection, sql, statement);
     if (rc != SQLITE_OK) throwException(rc, connection, sql);
@@ -203,33 +204,54 @@ void runBoundOnce(const std::string& sql, const BoundValues& values, ResultTuple
     collectRows(statement, connection, sql, result);
 }
 
-constexpr int kLastAttempt = 4;
+// A WAL read transaction that another connection has overtaken can never
+// write; waiting does not help, only a new transaction does.
+bool isStaleSnapshot(const boost::shared_ptr<sqlite3>& connection) {
+    return connection && sqlite3_extended_errcode(connection.get()) == SQLITE_BUSY_SNAPSHOT;
+}
+
+constexpr int kMaxTries = 5;
 
 }  // namespace
 
-void DBManager::runWithRetries(const std::function<void()>& attempt, bool reconnect) {
-    for (int tries = 0;; ++tries) {
-        try {
-            attempt();
-            return;
-        } catch (const DBIException<dbiresult::DBI_BUSY>&) {
-            if (tries == kLastAttempt) throw;
-            ::sleep(tries);
-        } catch (const DBIException<dbiresult::DBI_STORAGE_ERROR>&) {
-            dropConnection();
-            ::sleep(tries);
-            if (!reconnect || tries == kLastAttempt) throw;
-        }
-    }
-}
-
 void DBManager::execStatement(const std::string& sql, ResultTuple& result, bool reconnect) {
-    runWithRetries([&] { runOnce(sql, result); }, reconnect);
+    runWithRetries([&](const boost::shared_ptr<sqlite3>& connection) { getTable(connection, sql, result); }, reconnect);
 }
 
 void DBManager::execStatement(const std::string& sql, const BoundValues& values, ResultTuple& result,
                               bool reconnect) {
-    runWithRetries([&] { runBoundOnce(sql, values, result); }, reconnect);
+    runWithRetries(
+        [&](const boost::shared_ptr<sqlite3>& connection) { runBound(connection, sql, values, result); },
+        reconnect);
+}
+
+void DBManager::runWithRetries(const Attempt& attempt, bool inSavepoint) {
+    for (int tries = 1;; ++tries) {
+        boost::shared_ptr<sqlite3> connection;
+        try {
+            connection = getConnection();
+            attempt(connection);
+            return;
+        } catch (const DBIException<dbiresult::DBI_BUSY>&) {
+            if (tries == kMaxTries || isStaleSnapshot(connection)) throw;
+        } catch (const DBIException<dbiresult::DBI_STORAGE_ERROR>&) {
+            abandonConnection(connection, inSavepoint);
+            throw;
+        }
+        ::sleep(tries - 1);
+    }
+}
+
+void DBManager::abandonConnection(const boost::shared_ptr<sqlite3>& failed, bool inSavepoint) {
+    TransactionMgr* savepoints = TransactionMgr::get();
+    if (inSavepoint || savepoints->depth() > 0) {
+        // Rolled back here rather than by closing: a caller may hold a copy
+        // of the connection, which would keep the transaction open.
+        if (failed) sqlite3_exec(failed.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+        savepoints->forgetSavepoints();
+    }
+    if (statementCache.get()) statementCache->clear();
+    if (tsp.get()) tsp.reset();
 }
 
 std::string DBManager::lastRowId() {

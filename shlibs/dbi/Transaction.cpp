@@ -1,5 +1,7 @@
 #include "dbi/Transaction.h"
 
+#include "dbi/DBIException.h"
+
 namespace dbi {
 
 Transaction::Transaction(bool autoBegin) : autoBegin(autoBegin) {}
@@ -15,24 +17,39 @@ Transaction::~Transaction() {
 
 void Transaction::begin() {
     if (isOpen()) return;
-    savepointName = TransactionMgr::get()->beginTransaction();
+    TransactionMgr* manager = TransactionMgr::get();
+    savepointName = manager->beginTransaction();
+    generation = manager->generation();
 }
 
 void Transaction::release() {
     if (!isOpen()) return;
+    if (isLost()) throwLost();
     TransactionMgr::get()->endTransaction(savepointName);
     savepointName.clear();
 }
 
 void Transaction::rollback() {
     if (!isOpen()) return;
-    TransactionMgr::get()->rollbackTransaction(savepointName);
+    // A lost savepoint was rolled back with its connection already.
+    if (!isLost()) TransactionMgr::get()->rollbackTransaction(savepointName);
     savepointName.clear();
+}
+
+bool Transaction::isLost() const {
+    return isOpen() && TransactionMgr::get()->generation() != generation;
+}
+
+void Transaction::throwLost() const {
+    throw DBIException<dbiresult::DBI_STORAGE_ERROR>("Transaction " + savepointName +
+                                                     " was lost with its connection; nothing of it was committed");
 }
 
 ResultTuple Transaction::execStatement(const std::string& sql) {
     ResultTuple result;
     if (autoBegin) begin();
+    // A statement of a lost transaction would otherwise run on its own.
+    if (isLost()) throwLost();
     DBManager::execStatement(sql, result, isOpen());
     return result;
 }
@@ -40,6 +57,7 @@ ResultTuple Transaction::execStatement(const std::string& sql) {
 ResultTuple Transaction::execStatement(const std::string& sql, const BoundValues& values) {
     ResultTuple result;
     if (autoBegin) begin();
+    if (isLost()) throwLost();
     DBManager::execStatement(sql, values, result, isOpen());
     return result;
 }

@@ -51,6 +51,11 @@ void TransactionMgr::rollbackTransaction(const std::string& name) {
     savepoints.pop_back();
 }
 
+void TransactionMgr::forgetSavepoints() {
+    savepoints.clear();
+    ++stackGeneration;
+}
+
 void TransactionMgr::execStatement(const std::string& sql) {
     ResultTuple ignored;
     DBManager::execStatement(sql, ignored, false);
