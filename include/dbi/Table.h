@@ -2,9 +2,10 @@
 #define DBI_TABLE_H
 
 #include <cstdlib>
-#include <map>
 #include <sstream>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "dbi/Query.h"
 
@@ -30,7 +31,7 @@ public:
     // first and inserted under that id when missing; otherwise it is updated.
     void save(Transaction& transaction, bool create = false) {
         T& record = self();
-        const std::map<std::string, std::string> columns = modifiedColumns(record);
+        const FieldsToWrite columns = fieldsToWrite(record);
         const bool insert = record.m_id.isUnknown() || (create && isMissing(record, transaction));
         if (columns.empty()) return;
         if (insert) {
@@ -80,17 +81,15 @@ protected:
 private:
     T& self() { return static_cast<T&>(*this); }
 
-    // Column name -> SQL text of its value, for the modified fields, sorted
-    // by column name. The two markers go into SQL bare.
-    static std::map<std::string, std::string> modifiedColumns(T& record) {
-        std::map<std::string, std::string> columns;
-        for (const auto& entry : detail::fieldMap<T>()) {
-            const Field& field = entry.second(&record);
-            if (!field.isModified()) continue;
-            const std::string& value = field.getValue();
-            columns[entry.first] = (value == DBI_UNKNOWN || value == CURRENT_TIMESTAMP)
-                                       ? value
-                                       : field.getPrefix() + value + field.getSuffix();
+    // The modified fields with their column names, sorted by name: what an
+    // INSERT or UPDATE of the record writes, in the order it writes them.
+    using FieldsToWrite = std::vector<std::pair<const char*, const Field*>>;
+    static FieldsToWrite fieldsToWrite(T& record) {
+        FieldsToWrite columns;
+        columns.reserve(T::columnCount);
+        for (const detail::Column<T>& column : detail::columnLayout<T>().byName) {
+            const Field& field = (*column.field)(&record);
+            if (field.isModified()) columns.emplace_back(column.name, &field);
         }
         return columns;
     }
@@ -104,27 +103,37 @@ private:
         }
     }
 
-    static std::string insertText(const std::map<std::string, std::string>& columns) {
-        std::ostringstream names, values;
+    static std::string insertText(const FieldsToWrite& columns) {
+        std::string sql = "INSERT INTO " + T::m_tableName + " ( ";
         const char* separator = "";
         for (const auto& column : columns) {
-            names << separator << column.first;
-            values << separator << column.second;
+            sql += separator;
+            sql += column.first;
             separator = ", ";
         }
-        return "INSERT INTO " + T::m_tableName + " ( " + names.str() + " ) VALUES ( " + values.str() + " )";
+        sql += " ) VALUES ( ";
+        separator = "";
+        for (const auto& column : columns) {
+            sql += separator;
+            column.second->appendSqlValue(sql);
+            separator = ", ";
+        }
+        sql += " )";
+        return sql;
     }
 
-    static std::string updateText(const std::map<std::string, std::string>& columns, const std::string& id) {
-        std::ostringstream sql;
-        sql << "UPDATE " << T::m_tableName << " SET ";
+    static std::string updateText(const FieldsToWrite& columns, const std::string& id) {
+        std::string sql = "UPDATE " + T::m_tableName + " SET ";
         const char* separator = "";
         for (const auto& column : columns) {
-            sql << separator << column.first << " = " << column.second;
+            sql += separator;
+            sql += column.first;
+            sql += " = ";
+            column.second->appendSqlValue(sql);
             separator = ", ";
         }
-        sql << " WHERE id = " << id;
-        return sql.str();
+        sql += " WHERE id = " + id;
+        return sql;
     }
 };
 
