@@ -8,7 +8,7 @@ PACKAGES=(
   libsqlite3-dev sqlite3
   libboost-thread-dev libboost-date-time-dev libboost-chrono-dev libboost-dev
   libssl-dev
-  googletest libgtest-dev libgmock-dev libbenchmark-dev
+  googletest libgtest-dev libgmock-dev libbenchmark-dev libsqlitecpp-dev libsoci-dev
 )
 
 missing=()

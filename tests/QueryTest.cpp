@@ -94,3 +94,33 @@ TEST_F(QueryRows, aQuoteInsideAValueBreaksTheStatement) {
     EXPECT_THROW(Owner::getByName("o'neil", dbi::Transaction::getDefaultTransaction()),
                  dbi::DBIException<dbiresult::DBI_SQL_ERROR>);
 }
+
+TEST(QueryText, comparedValuesAreWrittenAsAStreamWritesThem) {
+    auto clause = [](auto value) {
+        dbi::Query<Owner> query;
+        query.equals("c", value, "t");
+        std::ostringstream tail;
+        query.getFilters(tail, false);
+        return tail.str();
+    };
+    EXPECT_EQ(" WHERE t.c = '-42' ", clause(-42));
+    EXPECT_EQ(" WHERE t.c = '9000000000' ", clause(9000000000LL));
+    EXPECT_EQ(" WHERE t.c = '4294967295' ", clause(4294967295u));
+    EXPECT_EQ(" WHERE t.c = '1' ", clause(true));
+    EXPECT_EQ(" WHERE t.c = 'x' ", clause('x'));
+    EXPECT_EQ(" WHERE t.c = '1.5' ", clause(1.5));
+    EXPECT_EQ(" WHERE t.c = 'ann' ", clause("ann"));
+    EXPECT_EQ(" WHERE t.c = 't' ", clause(dbi::sqlite_bool(true)));
+}
+
+TEST_F(QueryRows, fetchedRecordsAreNeitherModifiedNorStaleAndCompareEqualToTheirCopies) {
+    std::vector<Owner> owners;
+    dbi::Query<Owner>().equals(Owner::id, 2, Owner::m_tableName).execute(owners, dbi::Transaction::getDefaultTransaction());
+    ASSERT_EQ(1u, owners.size());
+    const dbi::Field* fields[] = {&owners[0].m_id, &owners[0].m_name};
+    for (const dbi::Field* field : fields) {
+        EXPECT_FALSE(field->isModified()) << field->getName();
+        EXPECT_FALSE(field->isStale()) << field->getName();
+    }
+    EXPECT_EQ(owners[0], Owner(owners[0]));
+}

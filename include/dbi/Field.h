@@ -18,15 +18,31 @@ namespace dbi {
 static const std::string DBI_UNKNOWN = "DBI_UNKNOWN";
 static const std::string CURRENT_TIMESTAMP = "CURRENT_TIMESTAMP";
 
-// One column value of a record, held as SQL-ready text together with the
-// column's name, its SQL type word and the text written around the value in
-// SQL. Records own their fields by value; a field is not shared between
-// threads. The name, type and prefix/suffix texts are static strings the
-// field only points at.
+// What every field of one kind writes into SQL: the column's type word and
+// the texts around a value ("'" for quoted kinds, "ARRAY[" and "]").
+struct FieldKind {
+    const char* sqlType;
+    const char* prefix;
+    const char* suffix;
+};
+
+// What the fields of one column share: the record class's column-name
+// constant and the field kind. Record classes define one per column as a
+// static, so a field costs a single pointer for all of it.
+struct FieldDescriptor {
+    const char* const* name;
+    const FieldKind* kind;
+};
+
+// One column value of a record, held as SQL-ready text together with a
+// pointer to its column's static descriptor. Records own their fields by
+// value; a field is not shared between threads.
 class DBI_EXPORT Field {
 public:
     static const char* default_presuf;  // "'": prefix and suffix of quoted columns
 
+    explicit Field(const FieldDescriptor& column);
+    // A field outside a record class; the texts must be static strings.
     Field(const char* name, const char* sqlType, const char* prefix, const char* suffix);
     // Copies everything but the stale flag: a copy is never stale.
     Field(const Field& other);
@@ -37,34 +53,42 @@ public:
     Field& operator=(const std::string& text);
     // Stores text read from the database: not modified, but stale.
     void load(const std::string& text);
+    // Stores text read from the database into a record handed out as it
+    // stands: not modified and, like a copy, not stale.
+    void loadSettled(const char* text);
     // Exchanges value and flags; name, type and prefix/suffix stay.
     void swap(Field& other);
 
-    const char* getName() const { return name; }
-    const char* getPrefix() const { return prefix; }
-    const char* getSuffix() const { return suffix; }
-    const char* getSqlType() const { return sqlType; }
+    const char* getName() const { return *column->name; }
+    const char* getPrefix() const { return column->kind->prefix; }
+    const char* getSuffix() const { return column->kind->suffix; }
+    const char* getSqlType() const { return column->kind->sqlType; }
     const std::string& getValue() const { return value; }
     bool isModified() const { return modified; }
     bool isStale() const { return stale; }
     bool isUnknown() const { return value == DBI_UNKNOWN; }
+    // The two markers go into SQL bare; every other value between the
+    // column's prefix and suffix.
+    bool isBareInSql() const { return value == DBI_UNKNOWN || value == CURRENT_TIMESTAMP; }
+    // Appends the value as it appears in INSERT and UPDATE texts.
+    void appendSqlValue(std::string& sql) const;
 
 protected:
+    Field(const char* name, const FieldKind& kind);
     void markDecoded() const { stale = false; }
 
 private:
-    const char* name;
+    const FieldDescriptor* column;
     std::string value;
-    const char* prefix;
-    const char* suffix;
     bool modified;
     mutable bool stale;  // cleared by the array fields when they decode
-    const char* sqlType;
 };
 
 class DBI_EXPORT IntegerField : public Field {
 public:
-    explicit IntegerField(const char* name) : Field(name, "integer", "", "") {}
+    static constexpr FieldKind kind{"integer", "", ""};
+    explicit IntegerField(const char* name) : Field(name, kind) {}
+    explicit IntegerField(const FieldDescriptor& column) : Field(column) {}
     using Field::operator=;
     IntegerField& setIntValue(int value);
     int getIntValue() const;  // 0 when unknown
@@ -72,7 +96,9 @@ public:
 
 class DBI_EXPORT BigIntegerField : public Field {
 public:
-    explicit BigIntegerField(const char* name) : Field(name, "bigint", "", "") {}
+    static constexpr FieldKind kind{"bigint", "", ""};
+    explicit BigIntegerField(const char* name) : Field(name, kind) {}
+    explicit BigIntegerField(const FieldDescriptor& column) : Field(column) {}
     using Field::operator=;
     BigIntegerField& setIntValue(long long value);
     long long getIntValue() const;  // 0 when unknown
@@ -80,13 +106,17 @@ public:
 
 class DBI_EXPORT CharField : public Field {
 public:
-    explicit CharField(const char* name) : Field(name, "text", default_presuf, default_presuf) {}
+    static constexpr FieldKind kind{"text", "'", "'"};
+    explicit CharField(const char* name) : Field(name, kind) {}
+    explicit CharField(const FieldDescriptor& column) : Field(column) {}
     using Field::operator=;
 };
 
 class DBI_EXPORT BooleanField : public Field {
 public:
-    explicit BooleanField(const char* name) : Field(name, "boolean", default_presuf, default_presuf) {}
+    static constexpr FieldKind kind{"boolean", "'", "'"};
+    explicit BooleanField(const char* name) : Field(name, kind) {}
+    explicit BooleanField(const FieldDescriptor& column) : Field(column) {}
     using Field::operator=;
     BooleanField& operator=(bool value);
     bool getBoolValue() const { return getValue() == "t"; }
@@ -94,7 +124,9 @@ public:
 
 class DBI_EXPORT DateTimeField : public Field {
 public:
-    explicit DateTimeField(const char* name) : Field(name, "datetime", default_presuf, default_presuf) {}
+    static constexpr FieldKind kind{"datetime", "'", "'"};
+    explicit DateTimeField(const char* name) : Field(name, kind) {}
+    explicit DateTimeField(const FieldDescriptor& column) : Field(column) {}
     using Field::operator=;
     // Parses "2012-03-04T05:06:07", "20120304T050607" or "2012-03-04 05:06:07";
     // other text throws Boost's date-time or lexical-cast exception.
@@ -104,7 +136,9 @@ public:
 // Bytes held as base64 text; decoded lazily into a shared cache.
 class DBI_EXPORT ByteArrayField : public Field {
 public:
-    explicit ByteArrayField(const char* name) : Field(name, "blob", default_presuf, default_presuf) {}
+    static constexpr FieldKind kind{"blob", "'", "'"};
+    explicit ByteArrayField(const char* name) : Field(name, kind) {}
+    explicit ByteArrayField(const FieldDescriptor& column) : Field(column) {}
     using Field::operator=;
     // Throws std::bad_alloc when the encoder cannot allocate.
     ByteArrayField& operator=(const std::vector<unsigned char>& bytes);
@@ -126,7 +160,9 @@ public:
     using Data = std::vector<T>;
     using DataPtr = boost::shared_array<T>;
 
-    explicit NumberArrayField(const char* name) : Field(name, "array", "ARRAY[", "]") {}
+    static constexpr FieldKind kind{"array", "ARRAY[", "]"};
+    explicit NumberArrayField(const char* name) : Field(name, kind) {}
+    explicit NumberArrayField(const FieldDescriptor& column) : Field(column) {}
     NumberArrayField(const char* name, Data values) : NumberArrayField(name) { *this = values; }
     using Field::operator=;
 
@@ -168,6 +204,7 @@ template <class T>
 class ForeignKey : public IntegerField {
 public:
     explicit ForeignKey(const char* name) : IntegerField(name) {}
+    explicit ForeignKey(const FieldDescriptor& column) : IntegerField(column) {}
     using IntegerField::operator=;
 };
 

@@ -51,9 +51,10 @@ public:
                 return addFilter(" " + table + "." + column + " = ? ");
             }
         }
-        std::ostringstream clause;
-        clause << " " << table << "." << column << " = '" << value << "' ";
-        return addFilter(clause.str());
+        std::string clause = " " + table + "." + column + " = '";
+        appendValue(clause, value);
+        clause += "' ";
+        return addFilter(clause);
     }
 
     // Adds a condition text as it stands (it brings its own blanks).
@@ -82,32 +83,23 @@ public:
     }
 
     std::string getQuery(bool all) const {
-        std::ostringstream out;
-        out << "SELECT";
+        std::string sql = "SELECT";
         if (groupItems.empty()) {
-            writeColumnList(out);
+            sql += detail::columnLayout<T>().selectList;
         } else {
-            for (const std::string& item : groupItems) out << item;
+            for (const std::string& item : groupItems) sql += item;
         }
-        out << " FROM " << T::m_tableName;
-        getFilters(out, all || flag);
-        return out.str();
+        sql += " FROM ";
+        sql += T::m_tableName;
+        appendFilters(sql, all || flag);
+        return sql;
     }
 
     // Everything after the FROM table; the flag does not change the text.
-    void getFilters(std::ostringstream& out, bool) const {
-        if (!joinTable.empty()) {
-            out << ", " << joinTable;
-            if (!joinAlias.empty()) out << " AS " << joinAlias;
-        }
-        if (!filters.empty()) out << " WHERE" << filters;
-        if (!groupItems.empty()) writeItems(out << " GROUP BY ", groupItems);
-        if (!orderItems.empty()) {
-            writeItems(out << " ORDER BY ", orderItems);
-            if (descending) out << " DESC ";
-        }
-        if (limit != 0) out << " LIMIT " << limit;
-        if (offset > 0) out << " OFFSET " << offset;
+    void getFilters(std::ostringstream& out, bool all) const {
+        std::string text;
+        appendFilters(text, all);
+        out << text;
     }
 
     // The single matching record; DBIException<6> when there are none or
@@ -139,15 +131,14 @@ public:
     void selectFrom(const ResultTuple& result, int rows, V& records, Transaction&) const {
         char** cells = result.template get<0>().get();
         const int columns = result.template get<2>();
-        FieldMap<T>& fields = detail::fieldMap<T>();
+        const std::vector<const boost::function<Field&(T*)>*> fields = resultFields(cells, columns);
         for (int row = 1; row <= rows; ++row) {
-            T record;
+            records.emplace_back();
+            T& record = records.back();
             for (int column = 0; column < columns; ++column) {
                 const char* cell = cells[row * columns + column];
-                auto field = fields.find(columnName(cells[column]));
-                if (cell && field != fields.end()) field->second(&record).load(cell);
+                if (cell && fields[column]) (*fields[column])(&record).loadSettled(cell);
             }
-            records.push_back(record);
         }
     }
 
@@ -163,17 +154,62 @@ private:
         return dot ? dot + 1 : heading;
     }
 
-    static void writeColumnList(std::ostringstream& out) {
-        const FieldMap<T>& fields = detail::fieldMap<T>();
-        std::size_t written = 0;
-        for (const auto& entry : fields) {
-            out << " " << T::m_tableName << "." << entry.first;
-            if (++written < fields.size()) out << ",";
+    // The field accessor of each result column, or null for columns that
+    // name no field of T.
+    static std::vector<const boost::function<Field&(T*)>*> resultFields(char** headings, int columns) {
+        FieldMap<T>& fields = detail::fieldMap<T>();
+        std::vector<const boost::function<Field&(T*)>*> found(columns, nullptr);
+        for (int column = 0; column < columns; ++column) {
+            auto field = fields.find(columnName(headings[column]));
+            if (field != fields.end()) found[column] = &field->second;
+        }
+        return found;
+    }
+
+    void appendFilters(std::string& sql, bool) const {
+        if (!joinTable.empty()) {
+            sql += ", " + joinTable;
+            if (!joinAlias.empty()) sql += " AS " + joinAlias;
+        }
+        if (!filters.empty()) sql += " WHERE" + filters;
+        if (!groupItems.empty()) appendItems(sql += " GROUP BY ", groupItems);
+        if (!orderItems.empty()) {
+            appendItems(sql += " ORDER BY ", orderItems);
+            if (descending) sql += " DESC ";
+        }
+        if (limit != 0) sql += " LIMIT " + std::to_string(limit);
+        if (offset > 0) sql += " OFFSET " + std::to_string(offset);
+    }
+
+    static void appendItems(std::string& sql, const std::vector<std::string>& items) {
+        for (const std::string& item : items) sql += item;
+    }
+
+    // Compared values are written as a stream would write them; integers
+    // and texts, the common cases, without one.
+    template <class V>
+    static void appendValue(std::string& sql, const V& value) {
+        if constexpr (isPlainInteger<V>()) {
+            sql += std::to_string(value);
+        } else if constexpr (std::is_convertible<const V&, const std::string&>::value) {
+            sql += static_cast<const std::string&>(value);
+        } else if constexpr (std::is_convertible<const V&, const char*>::value) {
+            sql += static_cast<const char*>(value);
+        } else {
+            std::ostringstream text;
+            text << value;
+            sql += text.str();
         }
     }
 
-    static void writeItems(std::ostream& out, const std::vector<std::string>& items) {
-        for (const std::string& item : items) out << item;
+    // Streams write bool as a number and the char types as characters; every
+    // other integer type prints as std::to_string does.
+    template <class V>
+    static constexpr bool isPlainInteger() {
+        return std::is_integral<V>::value && !std::is_same<V, bool>::value && !std::is_same<V, char>::value &&
+               !std::is_same<V, signed char>::value && !std::is_same<V, unsigned char>::value &&
+               !std::is_same<V, wchar_t>::value && !std::is_same<V, char16_t>::value &&
+               !std::is_same<V, char32_t>::value;
     }
 
     std::string filters;

@@ -5,8 +5,11 @@
 #include <cstddef>
 #include <cstring>
 #include <string>
+#include <algorithm>
+#include <string>
 #include <tuple>
 #include <unordered_map>
+#include <vector>
 
 #include <boost/function.hpp>
 #include <boost/thread/lock_guard.hpp>
@@ -77,6 +80,43 @@ FieldMap<T>& fieldMap() {
     return T::m_fieldMap;
 }
 
+// One column of T: its name and the accessor of its field in the field map.
+template <class T>
+struct Column {
+    const char* name;
+    const boost::function<Field&(T*)>* field;
+};
+
+// What statements need of T's columns, worked out once per class.
+template <class T>
+struct ColumnLayout {
+    // Sorted by column name: the order INSERT and UPDATE texts write.
+    std::vector<Column<T>> byName;
+    // " table.a, table.b" in the field map's iteration order: the column
+    // list of the SELECT a Query builds.
+    std::string selectList;
+};
+
+template <class T>
+ColumnLayout<T> makeColumnLayout() {
+    ColumnLayout<T> layout;
+    const FieldMap<T>& fields = fieldMap<T>();
+    for (const auto& entry : fields) {
+        layout.byName.push_back({entry.first, &entry.second});
+        layout.selectList += " " + T::m_tableName + "." + entry.first;
+        if (layout.byName.size() < fields.size()) layout.selectList += ",";
+    }
+    std::sort(layout.byName.begin(), layout.byName.end(),
+              [](const Column<T>& a, const Column<T>& b) { return std::strcmp(a.name, b.name) < 0; });
+    return layout;
+}
+
+template <class T>
+const ColumnLayout<T>& columnLayout() {
+    static const ColumnLayout<T> layout = makeColumnLayout<T>();
+    return layout;
+}
+
 }  // namespace detail
 }  // namespace dbi
 
@@ -88,12 +128,17 @@ FieldMap<T>& fieldMap() {
 // From that one list come the column-name constants (Class::geoLocation
 // holding "geo_location"), the fields (m_geoLocation), the default and copy
 // constructors, assignment, swap, equality, the field map and its column
-// count. tests/support/Records.h shows a complete record class.
-#define DBI_DETAIL_COLUMN_CONSTANT(C, Type, name, text) static const char* const name;
-#define DBI_DETAIL_COLUMN_FIELD(C, Type, name, text) ::dbi::Type m_##name{name};
+// count, and per column a static descriptor (m_geoLocationColumn) that all
+// its fields point at. tests/support/Records.h shows a complete record class.
+#define DBI_DETAIL_COLUMN_CONSTANT(C, Type, name, text) \
+    static const char* const name;                       \
+    static const ::dbi::FieldDescriptor m_##name##Column;
+#define DBI_DETAIL_COLUMN_FIELD(C, Type, name, text) ::dbi::Type m_##name{m_##name##Column};
 #define DBI_DETAIL_COLUMN_COUNT(C, Type, name, text) +1
 #define DBI_DETAIL_COLUMN_POINTER(C, Type, name, text) std::make_tuple(&C::m_##name),
-#define DBI_DETAIL_COLUMN_DEFINE(C, Type, name, text) const char* const C::name = text;
+#define DBI_DETAIL_COLUMN_DEFINE(C, Type, name, text) \
+    const char* const C::name = text;                  \
+    const ::dbi::FieldDescriptor C::m_##name##Column{&C::name, &::dbi::Type::kind};
 
 #define DBI_RECORD(Class, COLUMNS)                                                       \
 public:                                                                                  \

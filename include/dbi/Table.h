@@ -2,9 +2,10 @@
 #define DBI_TABLE_H
 
 #include <cstdlib>
-#include <map>
 #include <sstream>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "dbi/Query.h"
 
@@ -32,17 +33,18 @@ public:
     // cannot take is refused with DBIException<10> before anything runs.
     void save(Transaction& transaction, bool create = false) {
         T& record = self();
+        const FieldsToWrite columns = fieldsToWrite(record);
         const bool bind = Configure::getBindValues();
-        const Columns columns = modifiedColumns(record, bind);
-        const ColumnValue id = renderedId(record, bind, columns.empty());
+        // Taken before anything runs, so a value that cannot be bound writes nothing.
+        BoundValues values = bind ? boundValues(columns) : BoundValues();
         const bool insert = record.m_id.isUnknown() || (create && isMissing(record, transaction));
         if (columns.empty()) return;
-        BoundValues values;
         if (insert) {
-            run(transaction, insertText(columns, values), values, bind);
+            run(transaction, insertText(columns, bind), values, bind);
             if (record.m_id.isUnknown()) record.m_id = transaction.lastRowId();
         } else {
-            run(transaction, updateText(columns, id, values), values, bind);
+            if (bind) values.push_back(BoundValue::of(record.m_id));
+            run(transaction, updateText(columns, bind ? "?" : record.m_id.getValue(), bind), values, bind);
         }
     }
 
@@ -91,49 +93,35 @@ protected:
 private:
     T& self() { return static_cast<T&>(*this); }
 
-    // SQL text of one written value: the value in place ("'x'", "4"), a
-    // bare marker, or "?" with the value to bind.
-    struct ColumnValue {
-        std::string sql;
-        bool bound = false;
-        BoundValue value;
-    };
-    // Column name -> its value, for the modified fields, sorted by column
-    // name. The two markers go into SQL bare in either mode.
-    using Columns = std::map<std::string, ColumnValue>;
-
-    static ColumnValue render(const Field& field, bool bind) {
-        ColumnValue column;
-        const std::string& value = field.getValue();
-        if (value == DBI_UNKNOWN || value == CURRENT_TIMESTAMP) {
-            column.sql = value;
-        } else if (bind) {
-            column.sql = "?";
-            column.bound = true;
-            column.value = BoundValue::of(field);
-        } else {
-            column.sql = field.getPrefix() + value + field.getSuffix();
-        }
-        return column;
-    }
-
-    static Columns modifiedColumns(T& record, bool bind) {
-        Columns columns;
-        for (const auto& entry : detail::fieldMap<T>()) {
-            const Field& field = entry.second(&record);
-            if (field.isModified()) columns[entry.first] = render(field, bind);
+    // The modified fields with their column names, sorted by name: what an
+    // INSERT or UPDATE of the record writes, in the order it writes them.
+    using FieldsToWrite = std::vector<std::pair<const char*, const Field*>>;
+    static FieldsToWrite fieldsToWrite(T& record) {
+        FieldsToWrite columns;
+        columns.reserve(T::columnCount);
+        for (const detail::Column<T>& column : detail::columnLayout<T>().byName) {
+            const Field& field = (*column.field)(&record);
+            if (field.isModified()) columns.emplace_back(column.name, &field);
         }
         return columns;
     }
 
-    // The id of the WHERE clause of an update; unused when nothing is written.
-    static ColumnValue renderedId(const T& record, bool bind, bool nothingToWrite) {
-        if (nothingToWrite || record.m_id.isUnknown()) return ColumnValue();
-        return render(record.m_id, bind);
+    // What a bound statement carries for the written fields, in text order;
+    // the two markers stay bare SQL and bind nothing.
+    static BoundValues boundValues(const FieldsToWrite& columns) {
+        BoundValues values;
+        values.reserve(columns.size() + 1);
+        for (const auto& column : columns)
+            if (!column.second->isBareInSql()) values.push_back(BoundValue::of(*column.second));
+        return values;
     }
 
-    static void appendValue(const ColumnValue& column, BoundValues& values) {
-        if (column.bound) values.push_back(column.value);
+    // A field's value as SQL: written in place, or "?" when it is bound.
+    static void appendValue(std::string& sql, const Field& field, bool bind) {
+        if (bind && !field.isBareInSql())
+            sql += '?';
+        else
+            field.appendSqlValue(sql);
     }
 
     static void run(Transaction& transaction, const std::string& sql, const BoundValues& values, bool bind) {
@@ -152,30 +140,37 @@ private:
         }
     }
 
-    static std::string insertText(const Columns& columns, BoundValues& bound) {
-        std::ostringstream names, values;
+    static std::string insertText(const FieldsToWrite& columns, bool bind) {
+        std::string sql = "INSERT INTO " + T::m_tableName + " ( ";
         const char* separator = "";
         for (const auto& column : columns) {
-            names << separator << column.first;
-            values << separator << column.second.sql;
-            appendValue(column.second, bound);
+            sql += separator;
+            sql += column.first;
             separator = ", ";
         }
-        return "INSERT INTO " + T::m_tableName + " ( " + names.str() + " ) VALUES ( " + values.str() + " )";
+        sql += " ) VALUES ( ";
+        separator = "";
+        for (const auto& column : columns) {
+            sql += separator;
+            appendValue(sql, *column.second, bind);
+            separator = ", ";
+        }
+        sql += " )";
+        return sql;
     }
 
-    static std::string updateText(const Columns& columns, const ColumnValue& id, BoundValues& bound) {
-        std::ostringstream sql;
-        sql << "UPDATE " << T::m_tableName << " SET ";
+    static std::string updateText(const FieldsToWrite& columns, const std::string& id, bool bind) {
+        std::string sql = "UPDATE " + T::m_tableName + " SET ";
         const char* separator = "";
         for (const auto& column : columns) {
-            sql << separator << column.first << " = " << column.second.sql;
-            appendValue(column.second, bound);
+            sql += separator;
+            sql += column.first;
+            sql += " = ";
+            appendValue(sql, *column.second, bind);
             separator = ", ";
         }
-        sql << " WHERE id = " << id.sql;
-        appendValue(id, bound);
-        return sql.str();
+        sql += " WHERE id = " + id;
+        return sql;
     }
 };
 

@@ -1,5 +1,7 @@
 #include "dbi/Encoding.h"
 
+#include "Base64.h"
+
 #include <openssl/bio.h>
 #include <openssl/evp.h>
 #include <string.h>
@@ -29,19 +31,57 @@ BioChain base64Over(BIO* sink) {
     return BioChain(BIO_push(filter, sink));
 }
 
+constexpr std::size_t kLineLength = 64;
+constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+// Length of the encoding of `length` bytes: 4 characters per started group
+// of 3 bytes, and a line feed after every full line and after the last.
+std::size_t encodedLength(std::size_t length) {
+    const std::size_t characters = (length + 2) / 3 * 4;
+    return characters + (characters + kLineLength - 1) / kLineLength;
+}
+
+// Writes the encoding of `length` (> 0) bytes to `out`, which holds
+// encodedLength(length) characters.
+void encodeInto(const unsigned char* data, std::size_t length, char* out) {
+    std::size_t onLine = 0;
+    auto put = [&](char c) {
+        *out++ = c;
+        if (++onLine == kLineLength) {
+            *out++ = '\n';
+            onLine = 0;
+        }
+    };
+    for (; length >= 3; data += 3, length -= 3) {
+        const unsigned group = data[0] << 16 | data[1] << 8 | data[2];
+        put(kAlphabet[group >> 18]);
+        put(kAlphabet[group >> 12 & 63]);
+        put(kAlphabet[group >> 6 & 63]);
+        put(kAlphabet[group & 63]);
+    }
+    if (length > 0) {
+        const unsigned group = data[0] << 16 | (length == 2 ? data[1] << 8 : 0);
+        put(kAlphabet[group >> 18]);
+        put(kAlphabet[group >> 12 & 63]);
+        put(length == 2 ? kAlphabet[group >> 6 & 63] : '=');
+        put('=');
+    }
+    if (onLine > 0) *out = '\n';
+}
+
 }  // namespace
 
+std::string base64Text(const unsigned char* data, std::size_t length) {
+    std::string text(length > 0 ? encodedLength(length) : 0, '\0');
+    if (length > 0) encodeInto(data, length, &text[0]);
+    return text;
+}
+
 boost::shared_array<char> base64_enc(const unsigned char* data, unsigned int length) {
-    BioChain chain = base64Over(BIO_new(BIO_s_mem()));
-    if (!chain) return boost::shared_array<char>();
-    if (length > 0 && BIO_write(chain.get(), data, static_cast<int>(length)) != static_cast<int>(length))
-        return boost::shared_array<char>();
-    (void)BIO_flush(chain.get());
-    char* encoded = nullptr;
-    const long encodedLength = BIO_get_mem_data(BIO_next(chain.get()), &encoded);
-    boost::shared_array<char> text(new char[encodedLength + 1]);
-    if (encodedLength > 0) std::memcpy(text.get(), encoded, encodedLength);
-    text[encodedLength] = '\0';
+    const std::size_t size = length > 0 ? encodedLength(length) : 0;
+    boost::shared_array<char> text(new char[size + 1]);
+    if (length > 0) encodeInto(data, length, text.get());
+    text[size] = '\0';
     return text;
 }
 

@@ -1,24 +1,53 @@
 #include "dbi/Field.h"
 
-#include <cstdio>
+#include <array>
+#include <charconv>
 #include <cstdlib>
-#include <new>
-#include <sstream>
+#include <map>
+#include <memory>
 
 #include <boost/date_time/posix_time/posix_time.hpp>
 #include <boost/lexical_cast.hpp>
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/mutex.hpp>
+
+#include "Base64.h"
 
 namespace dbi {
 
 const char* Field::default_presuf = "'";
 
+namespace {
+
+// Descriptors of fields made outside record classes, one per distinct set
+// of (static) texts, kept for the life of the process.
+struct StandaloneColumn {
+    const char* name;
+    FieldKind kind;
+    FieldDescriptor descriptor{&name, &kind};
+};
+
+const FieldDescriptor& standaloneColumn(const char* name, const char* sqlType, const char* prefix,
+                                        const char* suffix) {
+    static boost::mutex mutex;
+    static std::map<std::array<const char*, 4>, std::unique_ptr<StandaloneColumn>> columns;
+    boost::lock_guard<boost::mutex> lock(mutex);
+    std::unique_ptr<StandaloneColumn>& column = columns[{name, sqlType, prefix, suffix}];
+    if (!column) column.reset(new StandaloneColumn{name, FieldKind{sqlType, prefix, suffix}});
+    return column->descriptor;
+}
+
+}  // namespace
+
+Field::Field(const FieldDescriptor& column) : column(&column), value(DBI_UNKNOWN), modified(false), stale(false) {}
+
 Field::Field(const char* name, const char* sqlType, const char* prefix, const char* suffix)
-    : name(name), value(DBI_UNKNOWN), prefix(prefix), suffix(suffix), modified(false), stale(false),
-      sqlType(sqlType) {}
+    : Field(standaloneColumn(name, sqlType, prefix, suffix)) {}
+
+Field::Field(const char* name, const FieldKind& kind) : Field(name, kind.sqlType, kind.prefix, kind.suffix) {}
 
 Field::Field(const Field& other)
-    : name(other.name), value(other.value), prefix(other.prefix), suffix(other.suffix), modified(other.modified),
-      stale(false), sqlType(other.sqlType) {}
+    : column(other.column), value(other.value), modified(other.modified), stale(false) {}
 
 Field& Field::operator=(const std::string& text) {
     if (text == value) return *this;
@@ -34,25 +63,47 @@ void Field::load(const std::string& text) {
     modified = false;
 }
 
+void Field::loadSettled(const char* text) {
+    value.assign(text);
+    stale = false;
+    modified = false;
+}
+
+void Field::appendSqlValue(std::string& sql) const {
+    if (isBareInSql()) {
+        sql += value;
+        return;
+    }
+    sql += getPrefix();
+    sql += value;
+    sql += getSuffix();
+}
+
 void Field::swap(Field& other) {
     value.swap(other.value);
     std::swap(modified, other.modified);
     std::swap(stale, other.stale);
 }
 
+namespace {
+
+template <class Number>
+std::string decimal(Number number) {
+    char text[24];
+    return std::string(text, std::to_chars(text, text + sizeof text, number).ptr);
+}
+
+}  // namespace
+
 IntegerField& IntegerField::setIntValue(int number) {
-    char text[12];
-    std::snprintf(text, sizeof text, "%d", number);
-    *this = std::string(text);
+    *this = decimal(number);
     return *this;
 }
 
 int IntegerField::getIntValue() const { return static_cast<int>(std::strtol(getValue().c_str(), nullptr, 10)); }
 
 BigIntegerField& BigIntegerField::setIntValue(long long number) {
-    std::ostringstream text;
-    text << number;
-    *this = text.str();
+    *this = decimal(number);
     return *this;
 }
 
@@ -89,9 +140,7 @@ DateTimeField::operator boost::posix_time::ptime() const {
 }
 
 ByteArrayField& ByteArrayField::operator=(const std::vector<unsigned char>& data) {
-    boost::shared_array<char> text = base64_enc(data.data(), static_cast<unsigned int>(data.size()));
-    if (!text) throw std::bad_alloc();
-    Field::operator=(std::string(text.get()));
+    Field::operator=(base64Text(data.data(), data.size()));
     return *this;
 }
 
