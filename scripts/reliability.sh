@@ -295,6 +295,13 @@ fi
   echo "| What was tried | How much | Outcome |"
   echo "|---|---|---|"
   printf '%s\n' "${rows[@]}"
+  echo
+  echo "Each fault runs 2 transactions before the fault, some during it and 2 after it is"
+  echo "gone; every transaction runs on a connection of its own, closed afterwards, so a"
+  echo "fault meets a fresh open as well as running statements. SQLite gives the -wal and"
+  echo "-shm files the database file's mode when it creates them: a writer that opened the"
+  echo "file while it was read-only leaves read-only companions behind, so that fault is"
+  echo "gone only when all three files are writable again."
 } > "$report"
 [ $quick = 1 ] && cat "$report"
 echo "reliability: $failures failing scenario(s); report in $report"
