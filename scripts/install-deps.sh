@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # Installs the Debian packages needed to build, test and run dbi.
 # Idempotent: when every package is already installed it does nothing.
+# Extra package names on the command line are installed too (the
+# reliability script asks for valgrind this way).
 set -euo pipefail
 
 PACKAGES=(
@@ -9,6 +11,7 @@ PACKAGES=(
   libboost-thread-dev libboost-date-time-dev libboost-chrono-dev libboost-dev
   libssl-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev libsqlitecpp-dev libsoci-dev
+  "$@"
 )
 
 missing=()
