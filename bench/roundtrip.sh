@@ -7,7 +7,9 @@
 #   bench/roundtrip.sh [PATH-TO-DBICTL]
 #
 # Without a path it builds dbictl in build-bench. COUNT (default 20) sets
-# the commands per mode, IDLE_SECONDS (default 30) the idle measurement.
+# the commands per mode, IDLE_SECONDS (default 30) the idle measurement,
+# DB_DIR the folder of the database file (default: a new one under /tmp;
+# a tmpfs such as /dev/shm takes the disk's fsync out of the numbers).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -22,7 +24,7 @@ if [ -z "$dbictl" ]; then
   dbictl=build-bench/tools/dbictl
 fi
 
-workdir=$(mktemp -d)
+workdir=$(mktemp -d "${DB_DIR:-/tmp}/dbi-roundtrip-XXXXXX")
 pids=()
 cleanup() {
   for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
@@ -109,7 +111,8 @@ $count commands per mode, both processes in the same mode. "Round trip" is
 the time \`sendCommand\` took (insert to answer); "whole send" adds the
 process's start, dispatcher set-up and exit. Idle CPU: a responder waiting
 with nothing to do, from its CPU time in /proc over $idleSeconds s.
-Machine: $(nproc) cores, load average $(cut -d' ' -f1-3 /proc/loadavg) at the end.
+Database on $(df --output=fstype "$workdir" | tail -1); machine: $(nproc) cores, load average
+$(cut -d' ' -f1-3 /proc/loadavg) at the end.
 
 | | default (5 s poll) | \`--wake $wake\` |
 |---|---:|---:|
