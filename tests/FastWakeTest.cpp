@@ -54,11 +54,9 @@ protected:
     }
 
     // Inserts a partition from a thread of its own, i.e. another connection.
-    std::string addPartitionElsewhere() {
-        std::string id;
-        boost::thread writer([&] { id = addPartition(); });
+    void addPartitionElsewhere() {
+        boost::thread writer([this] { addPartition(); });
         writer.join();
-        return id;
     }
 
     Texts allPartitionIds() {
