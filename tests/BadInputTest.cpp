@@ -98,6 +98,15 @@ TEST_F(BadInput, garbageDateTimesThrowWithoutOverflowingInTheParser) {
               static_cast<boost::posix_time::ptime>(named));
 }
 
+TEST_F(BadInput, createOrUpdateWithAnIdBeyondIntIsNotMistakenForAnotherRow) {
+    Gadget far;
+    far.m_id = std::string("4294967297");  // 2^32 + 1: row 1 if cut to 32 bits
+    far.m_name = std::string("far");
+    far.createOrUpdate(autocommit());
+    EXPECT_EQ("far", outside("SELECT name FROM test_gadget WHERE id = 4294967297"));
+    EXPECT_EQ("first", outside("SELECT name FROM test_gadget WHERE id = 1"));
+}
+
 TEST_F(BadInput, malformedBase64AndNumberArraysDecodeLeniently) {
     for (const char* text : {"!!!!", "QUJD\n====\n", "Q", "\n\n\n", "QUJD$$$$RUZH\n"}) {
         unsigned int length = 99;
