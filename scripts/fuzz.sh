@@ -30,7 +30,8 @@ for target in "${targets[@]}"; do
     echo "$target: ${executed:-?} runs, no crash"
   else
     failed=1
-    crash=$(find "$work" -maxdepth 1 -type f \( -name 'crash-*' -o -name 'leak-*' -o -name 'timeout-*' -o -name 'oom-*' \) | head -n 1)
+    crash=$(find "$work" -maxdepth 1 -type f \( -name 'crash-*' -o -name 'leak-*' -o -name 'timeout-*' \
+              -o -name 'oom-*' \) | head -n 1)
     echo "$target: CRASH ${crash:-(no crash file)}; log: $work/log"
     grep -m 5 -E 'ERROR|runtime error|SUMMARY' "$work/log" || true
   fi

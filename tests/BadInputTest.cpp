@@ -36,7 +36,9 @@ protected:
         return value;
     }
 
-    std::string rowsOutside() { return outside("SELECT group_concat(id || ':' || name || ':' || count) FROM test_gadget"); }
+    std::string rowsOutside() {
+        return outside("SELECT group_concat(id || ':' || name || ':' || count) FROM test_gadget");
+    }
 
     dbi::Transaction& autocommit() { return dbi::Transaction::getDefaultTransaction(); }
 };
