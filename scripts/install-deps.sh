@@ -11,6 +11,7 @@ PACKAGES=(
   libboost-thread-dev libboost-date-time-dev libboost-chrono-dev libboost-dev
   libssl-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev libsqlitecpp-dev libsoci-dev
+  clang libclang-rt-14-dev
   "$@"
 )
 

@@ -3,8 +3,10 @@
 #   1. native build (with tools and benchmarks) and its tests,
 #   2. the same under AddressSanitizer + UndefinedBehaviorSanitizer,
 #   3. under ThreadSanitizer,
-#   4. cross-built for 32-bit big-endian PowerPC, tests run under qemu.
-# DBI_TEST_SANITIZERS=0 skips 2 and 3, DBI_TEST_CROSS=0 skips 4.
+#   4. a short run of the libFuzzer targets (clang build),
+#   5. cross-built for 32-bit big-endian PowerPC, tests run under qemu.
+# DBI_TEST_SANITIZERS=0 skips 2 and 3, DBI_TEST_FUZZ=0 skips 4,
+# DBI_TEST_CROSS=0 skips 5.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -25,6 +27,11 @@ run_suite build -DDBI_BUILD_BENCHMARKS=ON
 if [ "${DBI_TEST_SANITIZERS:-1}" != 0 ]; then
   run_suite build-asan -DDBI_SANITIZE=address,undefined
   run_suite build-tsan -DDBI_SANITIZE=thread
+fi
+if [ "${DBI_TEST_FUZZ:-1}" != 0 ]; then
+  start=$SECONDS
+  scripts/fuzz.sh 10
+  timings+=("fuzzing: $((SECONDS - start)) s")
 fi
 if [ "${DBI_TEST_CROSS:-1}" != 0 ]; then
   start=$SECONDS

@@ -91,7 +91,7 @@ public:
     explicit IntegerField(const FieldDescriptor& column) : Field(column) {}
     using Field::operator=;
     IntegerField& setIntValue(int value);
-    int getIntValue() const;  // 0 when unknown
+    int getIntValue() const;  // 0 when unknown or without digits; saturates beyond int
 };
 
 class DBI_EXPORT BigIntegerField : public Field {

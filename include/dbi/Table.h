@@ -133,7 +133,7 @@ private:
 
     static bool isMissing(const T& record, Transaction& transaction) {
         try {
-            get(static_cast<int>(std::strtol(record.m_id.getValue().c_str(), nullptr, 10)), transaction);
+            get(record.m_id.getIntValue(), transaction);
             return false;
         } catch (const DBIException<dbiresult::DBI_NOT_FOUND>&) {
             return true;

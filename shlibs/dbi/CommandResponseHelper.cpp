@@ -21,7 +21,7 @@ namespace {
 const int kNoState = 0;  // sendCommand sets the real state
 const int kTimedOutResult = 16;
 
-int number(const Field& field) { return static_cast<int>(std::strtol(field.getValue().c_str(), nullptr, 10)); }
+int number(const IntegerField& field) { return field.getIntValue(); }
 
 // A new command row as the convenience operations send it.
 CommandResponse newCommand(CREndpoint::enum_type source, CROperation::enum_type operation,

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <deque>
 #include <string>
 #include <vector>
@@ -212,9 +213,20 @@ bool isStaleSnapshot(const boost::shared_ptr<sqlite3>& connection) {
 
 constexpr int kMaxTries = 5;
 
+// SQLite reads a statement only up to its first NUL byte, so a value holding
+// one would cut the statement short (an UPDATE losing its WHERE clause
+// changes every row). Such text is refused before SQLite sees any of it.
+void refuseEmbeddedNul(const std::string& sql) {
+    const std::string::size_type nul = sql.find('\0');
+    if (nul == std::string::npos) return;
+    const std::string::size_type shown = std::min<std::string::size_type>(nul, 900);
+    throw DBIException<dbiresult::DBI_SQL_ERROR>(sql.substr(nul - shown, shown) + " NUL byte in statement text");
+}
+
 }  // namespace
 
 void DBManager::execStatement(const std::string& sql, ResultTuple& result, bool reconnect) {
+    refuseEmbeddedNul(sql);
     runWithRetries([&](const boost::shared_ptr<sqlite3>& connection) { getTable(connection, sql, result); }, reconnect);
 }
 

@@ -1,10 +1,16 @@
 #include "dbi/Field.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
+#include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <map>
 #include <memory>
+#include <new>
+#include <sstream>
+#include <typeinfo>
 
 #include <boost/date_time/posix_time/posix_time.hpp>
 #include <boost/lexical_cast.hpp>
@@ -100,7 +106,12 @@ IntegerField& IntegerField::setIntValue(int number) {
     return *this;
 }
 
-int IntegerField::getIntValue() const { return static_cast<int>(std::strtol(getValue().c_str(), nullptr, 10)); }
+// Text beyond int saturates, as strtol does where long is 32 bits (the
+// controller), so every platform reads the same number.
+int IntegerField::getIntValue() const {
+    const long long number = std::strtoll(getValue().c_str(), nullptr, 10);
+    return static_cast<int>(std::min<long long>(std::max<long long>(number, INT_MIN), INT_MAX));
+}
 
 BigIntegerField& BigIntegerField::setIntValue(long long number) {
     *this = decimal(number);
@@ -116,7 +127,32 @@ BooleanField& BooleanField::operator=(bool flag) {
 
 namespace {
 
+// A date or time component that is digits, optionally after a "+", or has
+// no digit at all (a month name).
+bool plainComponent(const std::string& component) {
+    const std::string::size_type first = component.compare(0, 1, "+") == 0 ? 1 : 0;
+    const bool hasDigit = component.find_first_of("0123456789") != std::string::npos;
+    return !hasDigit || component.find_first_not_of("0123456789", first) == std::string::npos;
+}
+
+// Boost's conversion of a component such as "x1234567" overflows a signed
+// integer (undefined behaviour) before it refuses it; such components are
+// refused here first, with the exception Boost itself would throw.
+void refuseMixedComponents(const std::string& text, const char* separators) {
+    for (std::string::size_type start = 0; start <= text.size();) {
+        const std::string::size_type end = std::min(text.find_first_of(separators, start), text.size());
+        if (!plainComponent(text.substr(start, end - start)))
+            throw boost::bad_lexical_cast(typeid(std::string), typeid(unsigned short));
+        start = end + 1;
+    }
+}
+
 boost::posix_time::ptime fromSpaceSeparated(const std::string& text) {
+    // Split as the parser splits: the date before the first blank, the time
+    // of day after it, each with its own separators.
+    const std::string::size_type blank = text.find(' ');
+    refuseMixedComponents(text.substr(0, blank), ",-./");
+    if (blank != std::string::npos) refuseMixedComponents(text.substr(blank + 1), "-:,.");
     return boost::posix_time::time_from_string(text);
 }
 

@@ -79,8 +79,7 @@ void Notify::notifyListeners(std::vector<dbi::library::Event> events) {
     for (const dbi::library::Event& event : events) {
         auto found = listeners.find(event.m_whichTable.getValue() + event.m_actionColumn.getValue());
         if (found == listeners.end()) continue;
-        const int rowId = static_cast<int>(std::strtol(event.m_rowId.getValue().c_str(), nullptr, 10));
-        (*found->second)(rowId, event.m_oldValue.getValue(), event.m_newValue.getValue());
+        (*found->second)(event.m_rowId.getIntValue(), event.m_oldValue.getValue(), event.m_newValue.getValue());
     }
 }
 

@@ -1,0 +1,39 @@
+#!/usr/bin/env bash
+# Builds the libFuzzer targets with clang (in build-fuzz) and runs each for
+# SECONDS_PER_TARGET seconds (default 20), starting from a copy of its seed
+# corpus in tests/fuzz/corpus/<target>/, so the repository is never written.
+# Prints one line per target and exits non-zero if any target found a crash.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+seconds=${1:-20}
+targets=(base64_fuzz number_array_fuzz date_time_fuzz result_table_fuzz journal_dispatch_fuzz)
+
+scripts/install-deps.sh
+
+launcher=()
+command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo "${launcher[@]}" \
+  -DDBI_BUILD_FUZZERS=ON -DDBI_BUILD_TESTS=OFF -DDBI_BUILD_TOOLS=OFF -DDBI_INSTALL=OFF >/dev/null
+cmake --build build-fuzz -j2 --target "${targets[@]}"
+
+runs=build-fuzz/runs
+rm -rf "$runs"
+failed=0
+for target in "${targets[@]}"; do
+  work="$runs/$target"
+  mkdir -p "$work/corpus"
+  cp tests/fuzz/corpus/"$target"/* "$work/corpus/"
+  if build-fuzz/tests/fuzz/"$target" -max_total_time="$seconds" -print_final_stats=1 \
+       -artifact_prefix="$work/" "$work/corpus" >"$work/log" 2>&1; then
+    executed=$(sed -n 's/^stat::number_of_executed_units: *//p' "$work/log")
+    echo "$target: ${executed:-?} runs, no crash"
+  else
+    failed=1
+    crash=$(find "$work" -maxdepth 1 -type f \( -name 'crash-*' -o -name 'leak-*' -o -name 'timeout-*' \
+              -o -name 'oom-*' \) | head -n 1)
+    echo "$target: CRASH ${crash:-(no crash file)}; log: $work/log"
+    grep -m 5 -E 'ERROR|runtime error|SUMMARY' "$work/log" || true
+  fi
+done
+exit "$failed"

@@ -1,0 +1,141 @@
+// Journal dispatch: journal rows with arbitrary texts (tables, action
+// columns, row ids that are empty, non-numeric or far beyond int, values)
+// go through Notify::notifyListeners. Exactly the rows whose table and
+// action column name a registered key reach that key's listeners, in order,
+// with the row id read as a decimal clamped to int (0 without digits).
+#include <algorithm>
+#include <climits>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include <sqlite3.h>
+#include <stdlib.h>
+#include <fuzzer/FuzzedDataProvider.h>
+
+#include <dbi/dbi.h>
+
+namespace {
+
+using Delivery = std::tuple<std::string, int, std::string, std::string>;  // key, row id, old, new
+
+struct Key {
+    const char* table;
+    dbi::Notify::Condition condition;
+    const char* column;
+    const char* action;  // the action column this key hears
+};
+
+const Key kKeys[] = {
+    {"library_commandresponse", dbi::Notify::INSERT, "", "INSERT"},
+    {"library_commandresponse", dbi::Notify::UPDATE, "state_id", "state_id"},
+    {"library_element", dbi::Notify::UPDATE, "", "UPDATE"},
+    {"library_element", dbi::Notify::DELETE, "volser", "DELETE"},
+};
+
+std::vector<Delivery> delivered;
+std::string databaseDirectory;
+
+void check(bool condition) {
+    if (!condition) std::abort();
+}
+
+void removeDatabase() {
+    for (const char* suffix : {"", "-wal", "-shm"}) std::remove((databaseDirectory + "/journal.db" + suffix).c_str());
+    std::remove(databaseDirectory.c_str());
+}
+
+// Priming the dispatcher reads the journal, so it needs a database.
+void createDatabase() {
+    char directory[] = "/tmp/dbi-fuzz-XXXXXX";
+    check(mkdtemp(directory) != nullptr);
+    databaseDirectory = directory;
+    std::atexit(removeDatabase);
+    const std::string path = databaseDirectory + "/journal.db";
+    sqlite3* db = nullptr;
+    check(sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr) == SQLITE_OK);
+    std::ifstream schemaFile(DBI_SCHEMA_FILE);
+    std::stringstream schema;
+    schema << schemaFile.rdbuf();
+    check(sqlite3_exec(db, schema.str().c_str(), nullptr, nullptr, nullptr) == SQLITE_OK);
+    sqlite3_close(db);
+    dbi::Configure::setOptions(path, SQLITE_OPEN_READWRITE);
+}
+
+dbi::Notify& dispatcher() {
+    static dbi::Notify notify;
+    return notify;
+}
+
+void registerListeners() {
+    for (const Key& key : kKeys) {
+        const std::string name = std::string(key.table) + key.action;
+        dispatcher().addListener(
+            key.table,
+            [name](int rowId, const std::string& oldValue, const std::string& newValue) {
+                delivered.emplace_back(name, rowId, oldValue, newValue);
+            },
+            key.condition, key.column);
+    }
+}
+
+bool registered(const std::string& name) {
+    for (const Key& key : kKeys)
+        if (name == std::string(key.table) + key.action) return true;
+    return false;
+}
+
+int expectedRowId(const std::string& text) {
+    const long long value = std::strtoll(text.c_str(), nullptr, 10);
+    return static_cast<int>(std::max<long long>(INT_MIN, std::min<long long>(INT_MAX, value)));
+}
+
+// One of the known texts, or any text.
+std::string pick(FuzzedDataProvider& input, const std::vector<std::string>& known) {
+    if (!input.ConsumeBool()) return input.ConsumeRandomLengthString(24);
+    return known[input.ConsumeIntegralInRange<std::size_t>(0, known.size() - 1)];
+}
+
+std::string rowIdText(FuzzedDataProvider& input) {
+    switch (input.ConsumeIntegralInRange(0, 2)) {
+    case 0: return std::to_string(input.ConsumeIntegral<long long>());
+    case 1: return std::string(input.ConsumeIntegralInRange(1, 40), '9');
+    default: return input.ConsumeRandomLengthString(24);
+    }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    createDatabase();
+    registerListeners();
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    FuzzedDataProvider input(data, size);
+    std::vector<dbi::library::Event> events;
+    std::vector<Delivery> expected;
+    while (input.remaining_bytes() > 0 && events.size() < 16) {
+        dbi::library::Event event;
+        event.m_whichTable = pick(input, {"library_commandresponse", "library_element", "library_event"});
+        event.m_actionColumn = pick(input, {"INSERT", "UPDATE", "DELETE", "state_id", "volser"});
+        event.m_rowId = rowIdText(input);
+        event.m_oldValue = input.ConsumeRandomLengthString(32);
+        event.m_newValue = input.ConsumeRandomLengthString(32);
+        const std::string name = event.m_whichTable.getValue() + event.m_actionColumn.getValue();
+        if (registered(name))
+            expected.emplace_back(name, expectedRowId(event.m_rowId.getValue()), event.m_oldValue.getValue(),
+                                  event.m_newValue.getValue());
+        events.push_back(event);
+    }
+    delivered.clear();
+    dispatcher().notifyListeners(events);
+    check(delivered == expected);
+    return 0;
+}
