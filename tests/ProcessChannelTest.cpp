@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <boost/algorithm/string/split.hpp>
+#include <boost/chrono.hpp>
 #include <boost/algorithm/string/classification.hpp>
 
 #include "support/ChannelSupport.h"
@@ -15,12 +16,13 @@ namespace {
 // A `dbictl respond` process; waits until it listens, stops it at the end.
 class Responder {
 public:
-    Responder(const std::string& database, const std::string& text) {
+    Responder(const std::string& database, const std::string& text, std::vector<std::string> options = {}) {
         std::vector<std::string> words;
         boost::split(words, std::string(DBICTL_COMMAND), boost::is_any_of("|"));
         for (const char* word : {"respond", database.c_str(), "--endpoint", "1", "--operation", "1", "--text",
                                  text.c_str()})
             words.push_back(word);
+        words.insert(words.end(), options.begin(), options.end());
         std::vector<char*> argv;
         for (std::string& word : words) argv.push_back(&word[0]);
         argv.push_back(nullptr);
@@ -59,7 +61,13 @@ private:
     FILE* output = nullptr;
 };
 
-class ProcessChannel : public dbitest::SchemaDatabase {};
+class ProcessChannel : public dbitest::SchemaDatabase {
+protected:
+    void TearDown() override {
+        dbi::Notify::setDefaultWakeInterval(boost::posix_time::time_duration());
+        SchemaDatabase::TearDown();
+    }
+};
 
 }  // namespace
 
@@ -72,4 +80,17 @@ TEST_F(ProcessChannel, aCommandIsAnsweredByAnotherProcess) {
     EXPECT_EQ("from afar", answer.m_resultString.getValue());
     const int status = responder.stop();
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+}
+
+// Both processes wake on each other's commits: no hop waits for a poll.
+TEST_F(ProcessChannel, withFastWakeACommandIsAnsweredWellWithinOnePoll) {
+    Responder responder(path, "quickly", {"--wake", "5"});
+    ASSERT_TRUE(responder.waitUntilListening());
+    dbi::Notify::setDefaultWakeInterval(boost::posix_time::milliseconds(5));
+    dbi::library::CommandResponse command(1, 1, "", 0, 2, "", dbi::CURRENT_TIMESTAMP, 0, "", 0);
+    const boost::chrono::steady_clock::time_point start = boost::chrono::steady_clock::now();
+    const dbi::library::CommandResponse answer = dbi::sendCommand(command, boost::posix_time::seconds(40));
+    EXPECT_LT(boost::chrono::steady_clock::now() - start, boost::chrono::seconds(3));
+    EXPECT_EQ("quickly", answer.m_resultString.getValue());
+    responder.stop();
 }

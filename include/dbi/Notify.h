@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include <boost/date_time/posix_time/posix_time_types.hpp>
 #include <boost/function.hpp>
 #include <boost/noncopyable.hpp>
 #include <boost/shared_ptr.hpp>
@@ -20,8 +21,9 @@ namespace dbi {
 // Turns rows of the change journal (library_event) into listener calls.
 // The owner registers listeners, starts one thread on the object
 // (boost::thread(boost::ref(notify))), and ends it with stop() and a join.
-// The journal is polled every 5 seconds; every listener runs on that
-// thread, one at a time. Only journal rows written after the first listener
+// The journal is polled every 5 seconds, or at once when another connection
+// commits if a wake interval is set; every listener runs on that thread,
+// one at a time. Only journal rows written after the first listener
 // registered (or the thread started) are delivered. Register listeners for
 // new keys before the thread starts; a stopped object cannot run again.
 class DBI_EXPORT Notify : private boost::noncopyable {
@@ -32,7 +34,19 @@ public:
     using Listener = boost::function<void(int, const std::string&, const std::string&)>;
     using Signal = boost::signals2::signal<void(int, const std::string&, const std::string&)>;
 
+    // Takes the default wake interval in force at construction.
     Notify();
+
+    // Fast wake: while waiting, checks every `interval` whether another
+    // connection (of any process) committed, and reads the journal at once
+    // when one did; the journal is still read at least every 5 seconds.
+    // Zero turns it off. Call before run(). Throws std::invalid_argument for
+    // a negative or special (infinite, not-a-time) duration.
+    void setWakeInterval(boost::posix_time::time_duration interval);
+    boost::posix_time::time_duration getWakeInterval() const { return wakeInterval; }
+    // The wake interval of every Notify constructed afterwards, including the
+    // one the free sendCommand creates. Zero (off) unless set. Thread-safe.
+    static void setDefaultWakeInterval(boost::posix_time::time_duration interval);
 
     // Listens to journal rows of `table` whose action column is `suffix`.
     boost::signals2::connection addListener(std::string table, Listener listener, std::string suffix);
@@ -48,6 +62,9 @@ public:
 
     // The thread body; returns after stop(). A listener's exception is
     // reported, and the whole batch is delivered again 5 seconds later.
+    // With a wake interval, a delivered batch is followed by another read at
+    // once: rows that listeners wrote on this thread's connection wake
+    // nothing.
     void run();
     void operator()() { run(); }
     // Ends run() at once if it waits, else at the end of its cycle. Once.
@@ -57,11 +74,13 @@ public:
 
 private:
     void primeOnce();
-    void pollJournal();
+    // True when it delivered a batch.
+    bool pollJournal();
 
     std::map<std::string, boost::shared_ptr<Signal>> listeners;
     // 64-bit: journal ids outgrow int on a long-lived appliance.
     long long nextId;
+    boost::posix_time::time_duration wakeInterval;
     boost::promise<void> stopPromise;
     boost::once_flag primed = BOOST_ONCE_INIT;
 };

@@ -1,10 +1,13 @@
 #include "dbi/Notify.h"
 
+#include <atomic>
 #include <cstdlib>
+#include <stdexcept>
 
 #include <boost/bind/bind.hpp>
 #include <boost/thread/thread.hpp>
 
+#include "DataVersion.h"
 #include "dbi/EventReporter.h"
 #include "dbi/Query.h"
 
@@ -16,11 +19,48 @@ namespace {
 
 const boost::chrono::seconds kPollInterval(5);
 
+// The wake interval new Notify objects take, in microseconds.
+std::atomic<long long> defaultWakeMicroseconds(0);
+
 long long parseId(const std::string& text) { return std::strtoll(text.c_str(), nullptr, 10); }
+
+boost::posix_time::time_duration checkedWakeInterval(boost::posix_time::time_duration interval) {
+    if (interval.is_special() || interval.is_negative())
+        throw std::invalid_argument("wake interval must be a finite duration of zero or more");
+    return interval;
+}
+
+// Waits until stop(), the poll interval, or, every `wake` (not zero), a
+// commit of another connection since `version` was marked.
+void waitForNextPoll(boost::unique_future<void>& stopped, boost::posix_time::time_duration wake,
+                     DataVersion& version) {
+    if (wake.total_microseconds() == 0) {
+        // Waiting on the stop future (not sleeping) lets stop() end the
+        // wait at once.
+        stopped.wait_for(kPollInterval);
+        return;
+    }
+    using Clock = boost::chrono::steady_clock;
+    const Clock::time_point deadline = Clock::now() + kPollInterval;
+    const boost::chrono::microseconds step(wake.total_microseconds());
+    for (Clock::time_point now = Clock::now(); now < deadline; now = Clock::now()) {
+        const auto left = boost::chrono::duration_cast<boost::chrono::microseconds>(deadline - now);
+        if (stopped.wait_for(std::min(step, left)) == boost::future_status::ready) return;
+        if (version.changed()) return;
+    }
+}
 
 }  // namespace
 
-Notify::Notify() : nextId(-1) {}
+Notify::Notify() : nextId(-1), wakeInterval(boost::posix_time::microseconds(defaultWakeMicroseconds.load())) {}
+
+void Notify::setWakeInterval(boost::posix_time::time_duration interval) {
+    wakeInterval = checkedWakeInterval(interval);
+}
+
+void Notify::setDefaultWakeInterval(boost::posix_time::time_duration interval) {
+    defaultWakeMicroseconds = checkedWakeInterval(interval).total_microseconds();
+}
 
 boost::signals2::connection Notify::addListener(std::string table, Listener listener, std::string suffix) {
     primeOnce();
@@ -57,9 +97,9 @@ void Notify::prime() {
 // A failed prime leaves the flag unset, so the next call primes again.
 void Notify::primeOnce() { boost::call_once(primed, boost::bind(&Notify::prime, this)); }
 
-void Notify::pollJournal() {
+bool Notify::pollJournal() {
     primeOnce();
-    if (nextId < 0) return;
+    if (nextId < 0) return false;
     std::vector<dbi::library::Event> events;
     try {
         Query<dbi::library::Event> query;
@@ -69,23 +109,31 @@ void Notify::pollJournal() {
     } catch (const DBIBaseException&) {
         // Database trouble: read the same rows again next cycle.
     }
-    if (events.empty()) return;
+    if (events.empty()) return false;
     notifyListeners(events);
     nextId = parseId(events.back().m_id.getValue()) + 1;  // only once every listener returned
+    return true;
 }
 
 void Notify::run() {
     boost::unique_future<void> stopped = stopPromise.get_future();
+    const bool waking = wakeInterval.total_microseconds() != 0;
+    DataVersion version;
     while (!stopped.is_ready()) {
+        // Marked before the read, so a commit during it still wakes the wait.
+        if (waking) version.mark();
+        bool delivered = false;
         try {
-            pollJournal();
+            delivered = pollJournal();
         } catch (const std::exception& e) {
             reportEvent("shlibs/dbi/Notify.cpp", 120, "run",
                         std::string("Caught an exception in a DBNotify thread: ") + e.what());
+            stopped.wait_for(kPollInterval);  // the batch comes again after a pause, never in a tight loop
+            continue;
         }
-        // Waiting on the stop future (not sleeping) lets stop() end the
-        // wait at once.
-        stopped.wait_for(kPollInterval);
+        // Listeners' writes on this connection leave its data version alone.
+        if (waking && delivered) continue;
+        waitForNextPoll(stopped, wakeInterval, version);
     }
 }
 

@@ -79,6 +79,14 @@ void waitForStopSignal() {
     sigwait(&signals, &received);
 }
 
+// --wake MS: this process's dispatchers look for other processes' commits
+// every MS milliseconds instead of only polling every 5 seconds.
+void applyWakeOption(const dbictl::Arguments& args) {
+    const int milliseconds = args.integer("wake", 0);
+    if (milliseconds < 0) throw dbictl::UsageError("option '--wake' must not be negative");
+    dbi::Notify::setDefaultWakeInterval(boost::posix_time::milliseconds(milliseconds));
+}
+
 // Runs `notify` on its own thread until a stop signal arrives.
 void dispatchUntilStopped(dbi::Notify& notify) {
     boost::thread dispatcher(boost::ref(notify));
@@ -144,6 +152,7 @@ int init(const dbictl::Arguments& args) {
 }
 
 int watch(const dbictl::Arguments& args) {
+    applyWakeOption(args);
     openDatabase(args.database(), false);
     blockStopSignals();
     std::vector<std::string> tables;
@@ -178,6 +187,7 @@ int respond(const dbictl::Arguments& args) {
     const int operation = args.integer("operation");
     const int result = args.integer("result", 0);
     const std::string text = args.text("text", "done");
+    applyWakeOption(args);
     openDatabase(args.database(), false);
     blockStopSignals();
     dbi::Notify notify;
@@ -241,17 +251,21 @@ int send(const dbictl::Arguments& args) {
                             dbi::CURRENT_TIMESTAMP, 0, "", 0);
     const int timeout = args.integer("timeout", 60);
     if (timeout < 0) throw dbictl::UsageError("option '--timeout' must not be negative");
+    applyWakeOption(args);
     openDatabase(args.database(), false);
     std::cout << now() << "  sending operation " << command.m_operationId.getValue() << " from endpoint "
               << command.m_sourceId.getValue() << " to " << command.m_targetId.getValue() << std::endl;
     CommandResponse response;
+    const auto start = boost::chrono::steady_clock::now();
     {
         WaitingDisplay display;
         response = dbi::sendCommand(command, boost::posix_time::seconds(timeout));
     }
+    const boost::chrono::duration<double, boost::milli> roundTrip = boost::chrono::steady_clock::now() - start;
     response = CommandResponse::get(response.m_id.getIntValue(), dbi::Transaction::getDefaultTransaction());
     const bool completed = response.m_stateId.getIntValue() == dbi::library::CRState::COMPLETED;
     std::cout << now() << "  " << (completed ? "answered  " : "timed out ") << describe(response) << "\n";
+    std::cout << "  round trip " << std::fixed << std::setprecision(1) << roundTrip.count() << " ms\n";
     printTimeline(response.m_id.getIntValue());
     return completed ? 0 : 3;
 }
@@ -271,15 +285,16 @@ const std::vector<Subcommand>& subcommands() {
     static const std::vector<Subcommand> all = {
         {"init", "init DB", "Creates DB from the schema, with the lookup rows of the known endpoints and operations.",
          {}, init},
-        {"watch", "watch DB [--table T]", "Prints journal events as a dispatcher delivers them, until interrupted.",
-         {"table"}, watch},
-        {"respond", "respond DB --endpoint N --operation M [--result R] [--text S]",
+        {"watch", "watch DB [--table T] [--wake MS]",
+         "Prints journal events as a dispatcher delivers them, until interrupted.",
+         {"table", "wake"}, watch},
+        {"respond", "respond DB --endpoint N --operation M [--result R] [--text S] [--wake MS]",
          "Accepts and completes commands from endpoint N asking for operation M, until interrupted.",
-         {"endpoint", "operation", "result", "text"}, respond},
-        {"send", "send DB --source N --operation M --target K [--arg S] [--int I] [--timeout SECONDS]",
+         {"endpoint", "operation", "result", "text", "wake"}, respond},
+        {"send", "send DB --source N --operation M --target K [--arg S] [--int I] [--timeout SECONDS] [--wake MS]",
          "Sends one command and waits for its answer (default time-out 60 s).\n"
          "Exit status: 0 answered, 3 timed out, 1 failed.",
-         {"source", "operation", "target", "arg", "int", "timeout"}, send},
+         {"source", "operation", "target", "arg", "int", "timeout", "wake"}, send},
         {"event", "event DB --source N --operation M [--arg S] [--int I]", "Posts a one-way event.",
          {"source", "operation", "arg", "int"}, event},
         {"show", "show DB TABLE [--where CONDITION] [--order COLUMN] [--limit N] [--json]",
@@ -306,6 +321,9 @@ int runSubcommand(const Subcommand& subcommand, const std::vector<std::string>& 
     for (const std::string& word : words) {
         if (word == "--help" || word == "-h") {
             std::cout << "usage: dbictl " << subcommand.usage << "\n" << subcommand.help << "\n";
+            if (subcommand.options.count("wake"))
+                std::cout << "--wake MS looks for other processes' commits every MS milliseconds, so each hop\n"
+                             "takes milliseconds instead of up to 5 s (default 0: journal polls only).\n";
             return 0;
         }
     }
