@@ -9,7 +9,7 @@ PACKAGES=(
   libboost-thread-dev libboost-date-time-dev libboost-chrono-dev libboost-dev
   libssl-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev
-  dpkg-dev file lintian
+  dpkg-dev file lintian doxygen
 )
 
 missing=()

@@ -11,16 +11,18 @@
 
 namespace dbi {
 
-// Builds one SELECT over the table of record class T, runs it through a
-// Transaction and turns the rows into records. A plain value: build it,
-// chain conditions, call get() or execute(). Values are written into the
-// text verbatim; a quote inside a compared value breaks the statement.
+/// Builds one SELECT over the table of record class T, runs it through a
+/// Transaction and turns the rows into records. A plain value: build it,
+/// chain conditions, call get() or execute(). Values are written into the
+/// text verbatim; a quote inside a compared value breaks the statement.
+/// A query is owned by its builder and used by one thread at a time; get()
+/// and execute() throw the Transaction's failures (DBIBaseException).
 template <class T>
 class Query {
 public:
     Query() = default;
 
-    // Adds " table.column = 'value' ", joined to earlier ones with "AND".
+    /// Adds " table.column = 'value' ", joined to earlier ones with "AND".
     template <class V>
     Query& equals(const std::string& column, V value, const std::string& table) {
         std::ostringstream clause;
@@ -28,31 +30,40 @@ public:
         return addFilter(clause.str());
     }
 
-    // Adds a condition text as it stands (it brings its own blanks).
+    /// Adds a condition text as it stands (it brings its own blanks).
     Query& addFilter(const std::string& clause) {
         filters += filters.empty() ? clause : "AND" + clause;
         return *this;
     }
 
+    /// Adds a sort column (its text as given), after earlier ones.
     Query& orderBy(const std::string& column) {
         orderItems.push_back((orderItems.empty() ? " " : ", ") + column + " ");
         return *this;
     }
 
+    /// At most `rows` rows; 0, the default, means no limit.
     Query& setLimit(int rows) { return set(limit, rows); }
+    /// Skips the first `rows` rows (with a limit, as SQLite requires).
     Query& setOffset(int rows) { return set(offset, rows); }
+    /// Sorts the last order column descending.
     Query& setDescending(bool on) { return set(descending, on); }
+    /// Kept for existing callers; changes no SQL text.
     Query& setFlag(bool on) { return set(flag, on); }
+    /// Selects `item` texts instead of the columns and groups by them.
     Query& addGroupBy(const std::string& item) {
         groupItems.push_back(item);
         return *this;
     }
+    /// Adds `table` (as `alias` unless empty) to the FROM list, for conditions
+    /// that refer to it.
     Query& setJoin(const std::string& table, const std::string& alias) {
         joinTable = table;
         joinAlias = alias;
         return *this;
     }
 
+    /// The SELECT text; `all` changes nothing.
     std::string getQuery(bool all) const {
         std::ostringstream out;
         out << "SELECT";
@@ -66,7 +77,7 @@ public:
         return out.str();
     }
 
-    // Everything after the FROM table; the flag does not change the text.
+    /// Everything after the FROM table; the flag does not change the text.
     void getFilters(std::ostringstream& out, bool) const {
         if (!joinTable.empty()) {
             out << ", " << joinTable;
@@ -82,8 +93,8 @@ public:
         if (offset > 0) out << " OFFSET " << offset;
     }
 
-    // The single matching record; DBIException<6> when there are none or
-    // several, with the statement and the count in its message.
+    /// The single matching record; DBIException<6> when there are none or
+    /// several, with the statement and the count in its message.
     T get(Transaction& transaction) const {
         std::vector<T> records;
         execute(records, transaction);
@@ -95,7 +106,7 @@ public:
         return records.front();
     }
 
-    // Appends every matching record to `records`.
+    /// Appends every matching record to `records`.
     template <class V>
     void execute(V& records, Transaction& transaction) const {
         ResultTuple result = transaction.execStatement(getQuery(false));
@@ -103,8 +114,8 @@ public:
         selectFrom(result, result.template get<1>(), records, transaction);
     }
 
-    // Turns result rows into records, matching columns to fields by name
-    // ("t.a" and "a" alike); unknown columns and NULL cells are skipped.
+    /// Turns result rows into records, matching columns to fields by name
+    /// ("t.a" and "a" alike); unknown columns and NULL cells are skipped.
     template <class V>
     void selectFrom(const ResultTuple& result, int rows, V& records, Transaction&) const {
         char** cells = result.template get<0>().get();
@@ -147,7 +158,7 @@ private:
     }
 
     std::string filters;
-    std::string unusedText;  // kept empty; reserved
+    std::string unusedText;  ///< kept empty; reserved
     std::vector<std::string> orderItems;
     std::vector<std::string> groupItems;
     int limit = 0;

@@ -16,9 +16,10 @@
 
 namespace dbi {
 
-// Hashes the key text (h = 5 * h + c), so a column name read from a result
-// set finds its field although it is another pointer than the constant.
+/// Hashes the key text (h = 5 * h + c), so a column name read from a result
+/// set finds its field although it is another pointer than the constant.
 struct hashstr {
+    /// The hash of the NUL-terminated `text`.
     std::size_t operator()(const char* text) const {
         std::size_t h = 0;
         for (; *text; ++text) h = 5 * h + static_cast<unsigned char>(*text);
@@ -26,17 +27,19 @@ struct hashstr {
     }
 };
 
+/// Compares column names by their text, not their address.
 struct eqstr {
+    /// True when the two texts are equal.
     bool operator()(const char* a, const char* b) const { return std::strcmp(a, b) == 0; }
 };
 
-// Column name -> accessor of that column's field in a record of type T.
+/// Column name -> accessor of that column's field in a record of type T.
 template <class T>
 using FieldMap = std::unordered_map<const char*, boost::function<Field&(T*)>, hashstr, eqstr>;
 
 namespace detail {
 
-// Calls f with the member pointer of every column of T, in column order.
+/// Calls f with the member pointer of every column of T, in column order.
 template <class T, class F>
 void forEachColumn(F&& f) {
     std::apply([&](auto... members) { (f(members), ...); }, T::columns());
@@ -54,8 +57,8 @@ bool equalColumns(const T& a, const T& b) {
     return equal;
 }
 
-// Fills T's field map once; concurrent first users meet at the mutex and
-// find it filled. The ready flag publishes the map to lock-free readers.
+/// Fills T's field map once; concurrent first users meet at the mutex and
+/// find it filled. The ready flag publishes the map to lock-free readers.
 template <class T>
 void buildFieldMap() {
     boost::lock_guard<boost::mutex> lock(DBManager::getFieldMapMutex());
@@ -70,7 +73,7 @@ void buildFieldMap() {
     T::m_fieldMapSize.store(T::m_fieldMap.size(), std::memory_order_release);
 }
 
-// Builds T's field map on first use; afterwards a single atomic load.
+/// Builds T's field map on first use; afterwards a single atomic load.
 template <class T>
 FieldMap<T>& fieldMap() {
     if (T::m_fieldMapSize.load(std::memory_order_acquire) != T::columnCount) T::buildFieldMap();
@@ -80,15 +83,15 @@ FieldMap<T>& fieldMap() {
 }  // namespace detail
 }  // namespace dbi
 
-// A record class states its columns once, in a list macro that applies a
-// per-column macro COLUMN(C, FieldClass, constant, "column_name") to each
-// column in table order; the first column is the integer key "id". The
-// header declares the class with DBI_RECORD(Class, LIST) and the source
-// defines its statics with DBI_RECORD_DEFINE(Class, "table_name", LIST).
-// From that one list come the column-name constants (Class::geoLocation
-// holding "geo_location"), the fields (m_geoLocation), the default and copy
-// constructors, assignment, swap, equality, the field map and its column
-// count. tests/support/Records.h shows a complete record class.
+/// A record class states its columns once, in a list macro that applies a
+/// per-column macro COLUMN(C, FieldClass, constant, "column_name") to each
+/// column in table order; the first column is the integer key "id". The
+/// header declares the class with DBI_RECORD(Class, LIST) and the source
+/// defines its statics with DBI_RECORD_DEFINE(Class, "table_name", LIST).
+/// From that one list come the column-name constants (Class::geoLocation
+/// holding "geo_location"), the fields (m_geoLocation), the default and copy
+/// constructors, assignment, swap, equality, the field map and its column
+/// count. tests/support/Records.h shows a complete record class.
 #define DBI_DETAIL_COLUMN_CONSTANT(C, Type, name, text) static const char* const name;
 #define DBI_DETAIL_COLUMN_FIELD(C, Type, name, text) ::dbi::Type m_##name{name};
 #define DBI_DETAIL_COLUMN_COUNT(C, Type, name, text) +1

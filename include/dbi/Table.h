@@ -10,24 +10,28 @@
 
 namespace dbi {
 
-// Row operations on the table of record class T; every record class derives
-// from Table<T>. save() and createOrUpdate() act on the record itself, the
-// rest are static. Each builds one SQL text and runs it through the given
-// Transaction, whose failures reach the caller unchanged.
+/// Row operations on the table of record class T; every record class derives
+/// from Table<T>. save() and createOrUpdate() act on the record itself, the
+/// rest are static. Each builds one SQL text and runs it through the given
+/// Transaction, whose failures reach the caller unchanged (DBIBaseException
+/// subclasses). Records are values owned by the caller and used by one
+/// thread at a time; the Transaction must be one of the calling thread.
 template <class T>
 class Table {
 public:
+    /// The name of T's table.
     static std::string tableName() { return T::m_tableName; }
+    /// T's column name -> field accessor map, built on first use by any thread.
     static FieldMap<T>& getFieldMap() { return detail::fieldMap<T>(); }
 
-    // The row with that id; DBIException<6> unless exactly one row matches.
+    /// The row with that id; DBIException<6> unless exactly one row matches.
     static T get(int id, Transaction& transaction) {
         return Query<T>().equals(T::id, id, T::m_tableName).get(transaction);
     }
 
-    // Writes the modified columns. A record without id is inserted and then
-    // holds its new id. With `create`, a record carrying an id is looked up
-    // first and inserted under that id when missing; otherwise it is updated.
+    /// Writes the modified columns. A record without id is inserted and then
+    /// holds its new id. With `create`, a record carrying an id is looked up
+    /// first and inserted under that id when missing; otherwise it is updated.
     void save(Transaction& transaction, bool create = false) {
         T& record = self();
         const std::map<std::string, std::string> columns = modifiedColumns(record);
@@ -41,25 +45,29 @@ public:
         }
     }
 
+    /// save() with `create`: inserts the record under its id unless that row exists.
     void createOrUpdate(Transaction& transaction) { save(transaction, true); }
 
+    /// Deletes the row with that id; no such row is no error.
     static void deleteRow(int id, Transaction& transaction) {
         std::ostringstream sql;
         sql << "DELETE FROM " << T::m_tableName << " WHERE " << T::id << " = " << id;
         transaction.execStatement(sql.str());
     }
 
+    /// Deletes every row of the table.
     static void deleteAll(Transaction& transaction) { transaction.execStatement("DELETE FROM " + T::m_tableName); }
 
-    // `condition` follows the table name directly: pass " WHERE ...".
+    /// `condition` follows the table name directly: pass " WHERE ...".
     static void deleteWhere(const std::string& condition, Transaction& transaction) {
         transaction.execStatement("DELETE FROM " + T::m_tableName + condition);
     }
 
+    /// Issues TRUNCATE, which SQLite does not know: throws DBIException<10>.
     static void truncate(Transaction& transaction) { transaction.execStatement("TRUNCATE " + T::m_tableName); }
 
-    // A temporary table of the same name and columns, shadowing the real one
-    // for the rest of the connection's life.
+    /// A temporary table of the same name and columns, shadowing the real one
+    /// for the rest of the connection's life.
     static void createTempTable(Transaction& transaction) {
         std::ostringstream sql;
         sql << "CREATE TEMP TABLE " << T::m_tableName << " (";
@@ -80,8 +88,8 @@ protected:
 private:
     T& self() { return static_cast<T&>(*this); }
 
-    // Column name -> SQL text of its value, for the modified fields, sorted
-    // by column name. The two markers go into SQL bare.
+    /// Column name -> SQL text of its value, for the modified fields, sorted
+    /// by column name. The two markers go into SQL bare.
     static std::map<std::string, std::string> modifiedColumns(T& record) {
         std::map<std::string, std::string> columns;
         for (const auto& entry : detail::fieldMap<T>()) {
@@ -128,8 +136,8 @@ private:
     }
 };
 
-// Fetches row `id` into `out`; false, with `out` untouched, when there is no
-// such row. Every other failure throws.
+/// Fetches row `id` into `out`; false, with `out` untouched, when there is no
+/// such row. Every other failure throws.
 template <class T>
 bool get(int id, T& out, Transaction& transaction) {
     try {
