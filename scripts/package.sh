@@ -32,9 +32,10 @@ esac
 
 cmake -S "$REPO" -B "$BUILD_DIR" "${cmake_args[@]}" >/dev/null
 cmake --build "$BUILD_DIR" -j2
-rm -rf "$OUT" && mkdir -p "$OUT"
-(cd "$BUILD_DIR" && cpack -G DEB -B "$OUT/cpack" >/dev/null)
-mv "$OUT"/cpack/*.deb "$OUT"/ && rm -rf "$OUT/cpack"
+mkdir -p "$OUT" && rm -f "$OUT"/*.deb
+staging=$(mktemp -d)
+(cd "$BUILD_DIR" && cpack -G DEB -B "$staging" >/dev/null)
+mv "$staging"/*.deb "$OUT"/ && rm -rf "$staging"
 
 for deb in "$OUT"/*.deb; do
   echo "$(basename "$deb"):"

@@ -1,6 +1,8 @@
-# Script mode: builds the Debian packages, unpacks them into a scratch root
-# (never installing them into the machine), then builds and runs the
-# consumer project against the unpacked files and runs the unpacked dbictl.
+# Script mode: makes the Debian packages of this build (as scripts/package.sh
+# does, without building again), checks them with lintian, unpacks them into
+# a scratch root (never installing them into the machine), then builds and
+# runs the consumer project against the unpacked files and runs the unpacked
+# dbictl.
 set(root ${WORK_DIR}/root)
 file(REMOVE_RECURSE ${WORK_DIR})
 
@@ -12,10 +14,10 @@ function(run)
   set(last_output "${out}" PARENT_SCOPE)
 endfunction()
 
-# package.sh fails when lintian reports errors.
-run(${CMAKE_COMMAND} -E env DBI_PACKAGE_DIR=${WORK_DIR}/debs DBI_PACKAGE_BUILD_DIR=${WORK_DIR}/build-package
-    ${SOURCE_DIR}/scripts/package.sh)
-message(STATUS "${last_output}")
+run(${CPACK} -G DEB --config ${DBI_BUILD_DIR}/CPackConfig.cmake -B ${WORK_DIR}/debs)
+file(GLOB debs ${WORK_DIR}/debs/*.deb)
+run(lintian --fail-on error ${debs})
+message(STATUS "lintian: ${last_output}")
 
 foreach(package libdbi1 libdbi-dev dbi-tools)
   file(GLOB deb ${WORK_DIR}/debs/${package}_*.deb)
