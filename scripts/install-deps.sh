@@ -12,6 +12,7 @@ PACKAGES=(
   libssl-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev libsqlitecpp-dev libsoci-dev
   clang libclang-rt-14-dev
+  dpkg-dev file lintian doxygen
   "$@"
 )
 

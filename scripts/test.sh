@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, then builds dbi and runs the whole test suite:
-#   1. native build (with tools and benchmarks) and its tests,
+#   1. native build (with tools and benchmarks), its tests (the Debian
+#      packages' among them) and the API reference,
 #   2. the same under AddressSanitizer + UndefinedBehaviorSanitizer,
 #   3. under ThreadSanitizer,
 #   4. a short run of the libFuzzer targets (clang build),
@@ -24,6 +25,8 @@ run_suite() {  # build-dir, extra cmake arguments...
 }
 
 run_suite build -DDBI_BUILD_BENCHMARKS=ON
+# The API reference builds without a Doxygen warning.
+cmake --build build --target docs
 if [ "${DBI_TEST_SANITIZERS:-1}" != 0 ]; then
   run_suite build-asan -DDBI_SANITIZE=address,undefined
   run_suite build-tsan -DDBI_SANITIZE=thread

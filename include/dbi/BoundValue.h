@@ -10,8 +10,8 @@ namespace dbi {
 
 class Field;
 
-// One value handed to a statement as a bound parameter ("?") rather than
-// written into its text: SQL NULL, a 64-bit integer or a text.
+/// One value handed to a statement as a bound parameter ("?") rather than
+/// written into its text: SQL NULL, a 64-bit integer or a text.
 class DBI_EXPORT BoundValue {
 public:
     enum class Kind { Null, Integer, Text };
@@ -20,10 +20,10 @@ public:
     static BoundValue integer(long long number);
     static BoundValue text(std::string text);
 
-    // The value a field stores, as the text form of the statement would store
-    // it: integer columns bind as integers, every other kind binds its text.
-    // Throws DBIException<10> when an integer column holds anything but a
-    // decimal integer (nothing has run then).
+    /// The value a field stores, as the text form of the statement would store
+    /// it: integer columns bind as integers, every other kind binds its text.
+    /// Throws DBIException<10> when an integer column holds anything but a
+    /// decimal integer (nothing has run then).
     static BoundValue of(const Field& field);
 
     Kind getKind() const { return kind; }

@@ -16,8 +16,8 @@ namespace dbi {
 
 namespace detail {
 
-// Values that equals() binds in bound-values mode: integers (not bool or
-// characters, which text mode writes otherwise) and texts.
+/// Values that equals() binds in bound-values mode: integers (not bool or
+/// characters, which text mode writes otherwise) and texts.
 template <class V>
 constexpr bool isBoundInteger = std::is_integral<V>::value && !std::is_same<V, bool>::value &&
                                 !std::is_same<V, char>::value && !std::is_same<V, signed char>::value &&
@@ -27,19 +27,19 @@ constexpr bool isBoundText = std::is_convertible<V, std::string>::value;
 
 }  // namespace detail
 
-// Builds one SELECT over the table of record class T, runs it through a
-// Transaction and turns the rows into records. A plain value: build it,
-// chain conditions, call get() or execute(). Values are written into the
-// text verbatim; a quote inside a compared value breaks the statement. With
-// bound values on (Configure::setBindValues), equals() binds integer and
-// text values instead and the query runs as a cached prepared statement.
+/// Builds one SELECT over the table of record class T, runs it through a
+/// Transaction and turns the rows into records. A plain value: build it,
+/// chain conditions, call get() or execute(). Values are written into the
+/// text verbatim; a quote inside a compared value breaks the statement. With
+/// bound values on (Configure::setBindValues), equals() binds integer and
+/// text values instead and the query runs as a cached prepared statement.
 template <class T>
 class Query {
 public:
     Query() = default;
 
-    // Adds " table.column = 'value' ", joined to earlier ones with "AND";
-    // " table.column = ? " with the value bound in bound-values mode.
+    /// Adds " table.column = 'value' ", joined to earlier ones with "AND";
+    /// " table.column = ? " with the value bound in bound-values mode.
     template <class V>
     Query& equals(const std::string& column, V value, const std::string& table) {
         if constexpr (detail::isBoundInteger<V> || detail::isBoundText<V>) {
@@ -57,7 +57,7 @@ public:
         return addFilter(clause);
     }
 
-    // Adds a condition text as it stands (it brings its own blanks).
+    /// Adds a condition text as it stands (it brings its own blanks).
     Query& addFilter(const std::string& clause) {
         filters += filters.empty() ? clause : "AND" + clause;
         return *this;
@@ -95,15 +95,15 @@ public:
         return sql;
     }
 
-    // Everything after the FROM table; the flag does not change the text.
+    /// Everything after the FROM table; the flag does not change the text.
     void getFilters(std::ostringstream& out, bool all) const {
         std::string text;
         appendFilters(text, all);
         out << text;
     }
 
-    // The single matching record; DBIException<6> when there are none or
-    // several, with the statement and the count in its message.
+    /// The single matching record; DBIException<6> when there are none or
+    /// several, with the statement and the count in its message.
     T get(Transaction& transaction) const {
         std::vector<T> records;
         execute(records, transaction);
@@ -115,7 +115,7 @@ public:
         return records.front();
     }
 
-    // Appends every matching record to `records`.
+    /// Appends every matching record to `records`.
     template <class V>
     void execute(V& records, Transaction& transaction) const {
         const bool bound = Configure::getBindValues() || !parameters.empty();
@@ -125,8 +125,8 @@ public:
         selectFrom(result, result.template get<1>(), records, transaction);
     }
 
-    // Turns result rows into records, matching columns to fields by name
-    // ("t.a" and "a" alike); unknown columns and NULL cells are skipped.
+    /// Turns result rows into records, matching columns to fields by name
+    /// ("t.a" and "a" alike); unknown columns and NULL cells are skipped.
     template <class V>
     void selectFrom(const ResultTuple& result, int rows, V& records, Transaction&) const {
         char** cells = result.template get<0>().get();
@@ -154,8 +154,8 @@ private:
         return dot ? dot + 1 : heading;
     }
 
-    // The field accessor of each result column, or null for columns that
-    // name no field of T.
+    /// The field accessor of each result column, or null for columns that
+    /// name no field of T.
     static std::vector<const boost::function<Field&(T*)>*> resultFields(char** headings, int columns) {
         FieldMap<T>& fields = detail::fieldMap<T>();
         std::vector<const boost::function<Field&(T*)>*> found(columns, nullptr);
@@ -185,8 +185,8 @@ private:
         for (const std::string& item : items) sql += item;
     }
 
-    // Compared values are written as a stream would write them; integers
-    // and texts, the common cases, without one.
+    /// Compared values are written as a stream would write them; integers
+    /// and texts, the common cases, without one.
     template <class V>
     static void appendValue(std::string& sql, const V& value) {
         if constexpr (isPlainInteger<V>()) {
@@ -202,8 +202,8 @@ private:
         }
     }
 
-    // Streams write bool as a number and the char types as characters; every
-    // other integer type prints as std::to_string does.
+    /// Streams write bool as a number and the char types as characters; every
+    /// other integer type prints as std::to_string does.
     template <class V>
     static constexpr bool isPlainInteger() {
         return std::is_integral<V>::value && !std::is_same<V, bool>::value && !std::is_same<V, char>::value &&

@@ -19,8 +19,8 @@
 
 namespace dbi {
 
-// Hashes the key text (h = 5 * h + c), so a column name read from a result
-// set finds its field although it is another pointer than the constant.
+/// Hashes the key text (h = 5 * h + c), so a column name read from a result
+/// set finds its field although it is another pointer than the constant.
 struct hashstr {
     std::size_t operator()(const char* text) const {
         std::size_t h = 0;
@@ -33,13 +33,13 @@ struct eqstr {
     bool operator()(const char* a, const char* b) const { return std::strcmp(a, b) == 0; }
 };
 
-// Column name -> accessor of that column's field in a record of type T.
+/// Column name -> accessor of that column's field in a record of type T.
 template <class T>
 using FieldMap = std::unordered_map<const char*, boost::function<Field&(T*)>, hashstr, eqstr>;
 
 namespace detail {
 
-// Calls f with the member pointer of every column of T, in column order.
+/// Calls f with the member pointer of every column of T, in column order.
 template <class T, class F>
 void forEachColumn(F&& f) {
     std::apply([&](auto... members) { (f(members), ...); }, T::columns());
@@ -57,8 +57,8 @@ bool equalColumns(const T& a, const T& b) {
     return equal;
 }
 
-// Fills T's field map once; concurrent first users meet at the mutex and
-// find it filled. The ready flag publishes the map to lock-free readers.
+/// Fills T's field map once; concurrent first users meet at the mutex and
+/// find it filled. The ready flag publishes the map to lock-free readers.
 template <class T>
 void buildFieldMap() {
     boost::lock_guard<boost::mutex> lock(DBManager::getFieldMapMutex());
@@ -73,27 +73,27 @@ void buildFieldMap() {
     T::m_fieldMapSize.store(T::m_fieldMap.size(), std::memory_order_release);
 }
 
-// Builds T's field map on first use; afterwards a single atomic load.
+/// Builds T's field map on first use; afterwards a single atomic load.
 template <class T>
 FieldMap<T>& fieldMap() {
     if (T::m_fieldMapSize.load(std::memory_order_acquire) != T::columnCount) T::buildFieldMap();
     return T::m_fieldMap;
 }
 
-// One column of T: its name and the accessor of its field in the field map.
+/// One column of T: its name and the accessor of its field in the field map.
 template <class T>
 struct Column {
     const char* name;
     const boost::function<Field&(T*)>* field;
 };
 
-// What statements need of T's columns, worked out once per class.
+/// What statements need of T's columns, worked out once per class.
 template <class T>
 struct ColumnLayout {
-    // Sorted by column name: the order INSERT and UPDATE texts write.
+    /// Sorted by column name: the order INSERT and UPDATE texts write.
     std::vector<Column<T>> byName;
-    // " table.a, table.b" in the field map's iteration order: the column
-    // list of the SELECT a Query builds.
+    /// " table.a, table.b" in the field map's iteration order: the column
+    /// list of the SELECT a Query builds.
     std::string selectList;
 };
 

@@ -12,7 +12,7 @@
 
 namespace dbi {
 
-// How often and how patiently retryTransaction starts a transaction over.
+/// How often and how patiently retryTransaction starts a transaction over.
 struct RetryPolicy {
     int attempts = 5;
     boost::posix_time::time_duration firstPause = boost::posix_time::milliseconds(20);
@@ -21,13 +21,13 @@ struct RetryPolicy {
 
 namespace detail {
 
-// Pause before retry number `retry` (1 for the first): growing from
-// firstPause towards maxPause, randomised so that competing processes do
-// not start over in lockstep.
+/// Pause before retry number `retry` (1 for the first): growing from
+/// firstPause towards maxPause, randomised so that competing processes do
+/// not start over in lockstep.
 DBI_EXPORT boost::posix_time::time_duration retryPause(const RetryPolicy& policy, int retry);
 DBI_EXPORT void pauseBeforeRetry(const RetryPolicy& policy, int retry);
 
-// Runs work in a fresh transaction on this thread and releases it.
+/// Runs work in a fresh transaction on this thread and releases it.
 template <class Work>
 auto runInTransaction(Work& work) {
     Transaction transaction(true);
@@ -43,18 +43,18 @@ auto runInTransaction(Work& work) {
 
 }  // namespace detail
 
-// Runs `work(Transaction&)` in a fresh Transaction(true), releases it and
-// returns what `work` returned. Meant for read-then-write transactions that
-// several processes run at once: when the transaction meets contention
-// (DBIException<16>, a stale snapshot included) or is lost with its
-// connection (DBIException<3>), it is rolled back and the whole work runs
-// again after a pause, up to `policy.attempts` tries; then the last failure
-// passes on. Any other exception rolls back and passes on at once. `work`
-// must therefore be safe to run again from the start.
-//
-// Called while the thread already has a savepoint open, the work runs once
-// in a nested transaction, without retries: only the outermost transaction
-// can start over.
+/// Runs `work(Transaction&)` in a fresh Transaction(true), releases it and
+/// returns what `work` returned. Meant for read-then-write transactions that
+/// several processes run at once: when the transaction meets contention
+/// (DBIException<16>, a stale snapshot included) or is lost with its
+/// connection (DBIException<3>), it is rolled back and the whole work runs
+/// again after a pause, up to `policy.attempts` tries; then the last failure
+/// passes on. Any other exception rolls back and passes on at once. `work`
+/// must therefore be safe to run again from the start.
+///
+/// Called while the thread already has a savepoint open, the work runs once
+/// in a nested transaction, without retries: only the outermost transaction
+/// can start over.
 template <class Work>
 auto retryTransaction(Work&& work, const RetryPolicy& policy = RetryPolicy()) {
     if (TransactionMgr::get()->depth() > 0) return detail::runInTransaction(work);

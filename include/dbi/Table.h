@@ -11,26 +11,26 @@
 
 namespace dbi {
 
-// Row operations on the table of record class T; every record class derives
-// from Table<T>. save() and createOrUpdate() act on the record itself, the
-// rest are static. Each builds one SQL text and runs it through the given
-// Transaction, whose failures reach the caller unchanged.
+/// Row operations on the table of record class T; every record class derives
+/// from Table<T>. save() and createOrUpdate() act on the record itself, the
+/// rest are static. Each builds one SQL text and runs it through the given
+/// Transaction, whose failures reach the caller unchanged.
 template <class T>
 class Table {
 public:
     static std::string tableName() { return T::m_tableName; }
     static FieldMap<T>& getFieldMap() { return detail::fieldMap<T>(); }
 
-    // The row with that id; DBIException<6> unless exactly one row matches.
+    /// The row with that id; DBIException<6> unless exactly one row matches.
     static T get(int id, Transaction& transaction) {
         return Query<T>().equals(T::id, id, T::m_tableName).get(transaction);
     }
 
-    // Writes the modified columns. A record without id is inserted and then
-    // holds its new id. With `create`, a record carrying an id is looked up
-    // first and inserted under that id when missing; otherwise it is updated.
-    // In bound-values mode the values are bound; a value an integer column
-    // cannot take is refused with DBIException<10> before anything runs.
+    /// Writes the modified columns. A record without id is inserted and then
+    /// holds its new id. With `create`, a record carrying an id is looked up
+    /// first and inserted under that id when missing; otherwise it is updated.
+    /// In bound-values mode the values are bound; a value an integer column
+    /// cannot take is refused with DBIException<10> before anything runs.
     void save(Transaction& transaction, bool create = false) {
         T& record = self();
         const FieldsToWrite columns = fieldsToWrite(record);
@@ -64,15 +64,15 @@ public:
 
     static void deleteAll(Transaction& transaction) { transaction.execStatement("DELETE FROM " + T::m_tableName); }
 
-    // `condition` follows the table name directly: pass " WHERE ...".
+    /// `condition` follows the table name directly: pass " WHERE ...".
     static void deleteWhere(const std::string& condition, Transaction& transaction) {
         transaction.execStatement("DELETE FROM " + T::m_tableName + condition);
     }
 
     static void truncate(Transaction& transaction) { transaction.execStatement("TRUNCATE " + T::m_tableName); }
 
-    // A temporary table of the same name and columns, shadowing the real one
-    // for the rest of the connection's life.
+    /// A temporary table of the same name and columns, shadowing the real one
+    /// for the rest of the connection's life.
     static void createTempTable(Transaction& transaction) {
         std::ostringstream sql;
         sql << "CREATE TEMP TABLE " << T::m_tableName << " (";
@@ -93,8 +93,8 @@ protected:
 private:
     T& self() { return static_cast<T&>(*this); }
 
-    // The modified fields with their column names, sorted by name: what an
-    // INSERT or UPDATE of the record writes, in the order it writes them.
+    /// The modified fields with their column names, sorted by name: what an
+    /// INSERT or UPDATE of the record writes, in the order it writes them.
     using FieldsToWrite = std::vector<std::pair<const char*, const Field*>>;
     static FieldsToWrite fieldsToWrite(T& record) {
         FieldsToWrite columns;
@@ -106,8 +106,8 @@ private:
         return columns;
     }
 
-    // What a bound statement carries for the written fields, in text order;
-    // the two markers stay bare SQL and bind nothing.
+    /// What a bound statement carries for the written fields, in text order;
+    /// the two markers stay bare SQL and bind nothing.
     static BoundValues boundValues(const FieldsToWrite& columns) {
         BoundValues values;
         values.reserve(columns.size() + 1);
@@ -116,7 +116,7 @@ private:
         return values;
     }
 
-    // A field's value as SQL: written in place, or "?" when it is bound.
+    /// A field's value as SQL: written in place, or "?" when it is bound.
     static void appendValue(std::string& sql, const Field& field, bool bind) {
         if (bind && !field.isBareInSql())
             sql += '?';
@@ -174,8 +174,8 @@ private:
     }
 };
 
-// Fetches row `id` into `out`; false, with `out` untouched, when there is no
-// such row. Every other failure throws.
+/// Fetches row `id` into `out`; false, with `out` untouched, when there is no
+/// such row. Every other failure throws.
 template <class T>
 bool get(int id, T& out, Transaction& transaction) {
     try {

@@ -5,8 +5,8 @@
 
 namespace dbi {
 
-// The version of the loaded library, "MAJOR.MINOR.PATCH" (e.g. "1.0.0"):
-// static text, callable from any thread, never throws.
+/// The version of the loaded library, "MAJOR.MINOR.PATCH" (e.g. "1.0.0"):
+/// static text, callable from any thread, never throws.
 DBI_EXPORT const char* version();
 
 }  // namespace dbi

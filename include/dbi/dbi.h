@@ -22,4 +22,8 @@
 #include "dbi/trend.h"
 #include "dbi/vigil.h"
 
+/// \namespace dbi
+/// Records mapped to tables of one SQLite file, connections, savepoints,
+/// failures, change notification and the command channel.
+
 #endif

@@ -11,4 +11,8 @@
 #include "dbi/library/Event.h"
 #include "dbi/library/Partition.h"
 
+/// \namespace dbi::library
+/// Records of the robot's elements and partitions, the change journal and the
+/// command channel with its lookup tables.
+
 #endif

@@ -18,4 +18,7 @@
 #include "dbi/media/WrapEntry.h"
 #include "dbi/media/WritePass.h"
 
+/// \namespace dbi::media
+/// Records of the media-test feature.
+
 #endif

@@ -5,4 +5,7 @@
 #include "dbi/trend/DriveStatistics.h"
 #include "dbi/trend/TapeAlert.h"
 
+/// \namespace dbi::trend
+/// Records of the drive-mount and TapeAlert history.
+
 #endif

@@ -12,4 +12,7 @@
 #include "dbi/vigil/ScanCandidate.h"
 #include "dbi/vigil/Settings.h"
 
+/// \namespace dbi::vigil
+/// Records of the media-integrity scanning feature.
+
 #endif

@@ -12,9 +12,9 @@ namespace library {
 
 class Partition;
 
-// One storage, drive or transport element of the robot: where it is, which
-// partition it belongs to, its status flags and the label of the cartridge
-// it holds. scsi_type is the robot controller's element type code.
+/// One storage, drive or transport element of the robot: where it is, which
+/// partition it belongs to, its status flags and the label of the cartridge
+/// it holds. scsi_type is the robot controller's element type code.
 #define DBI_LIBRARY_ELEMENT_COLUMNS(COLUMN, C)                     \
     COLUMN(C, IntegerField, id, "id")                              \
     COLUMN(C, IntegerField, slotNumber, "slot_number")             \
@@ -29,9 +29,14 @@ class Partition;
     COLUMN(C, ByteArrayField, addDescriptor, "add_descriptor")     \
     COLUMN(C, BooleanField, scanInProgress, "scan_in_progress")
 
+/// A row of table library_element, with the columns DBI_LIBRARY_ELEMENT_COLUMNS lists. A value
+/// owned by its caller and used by one thread at a time; Table brings the
+/// row operations.
 class DBI_EXPORT Element : public dbi::Table<Element> {
     DBI_RECORD(Element, DBI_LIBRARY_ELEMENT_COLUMNS)
 public:
+    /// A new row, without id until saved, holding these column values
+    /// (in column order); every field counts as modified.
     Element(int slotNumber, int partitionId, short scsiType, const std::string& geoLocation,
             const std::string& sourceGeoLocation, bool elementAccess, bool elementExcept, bool elementFull,
             const std::string& volser, std::vector<unsigned char> addDescriptor, bool scanInProgress);

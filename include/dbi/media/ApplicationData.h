@@ -25,16 +25,18 @@ class Media;
     COLUMN(C, CharField, owningHost, "owning_host")                     \
     COLUMN(C, CharField, mediaPool, "media_pool")
 
-// What the writing application left in a cartridge's memory: vendor,
-// application name and version, user label, barcode, owning host, media pool.
+/// What the writing application left in a cartridge's memory: vendor,
+/// application name and version, user label, barcode, owning host, media pool.
 class DBI_EXPORT ApplicationData : public dbi::Table<ApplicationData> {
     DBI_RECORD(ApplicationData, DBI_MEDIA_APPLICATIONDATA_COLUMNS)
 public:
+    /// A new row, without id until saved, holding these column values
+    /// (in column order); every field counts as modified.
     ApplicationData(int mediaId, const std::string& vendor, const std::string& name, const std::string& version,
                     const std::string& userTextLabel, const std::string& lastWritten, short textLocalisationId,
                     const std::string& barcode, const std::string& owningHost, const std::string& mediaPool);
 
-    // The one row whose media_id is `mediaId`; DBIException<DBI_NOT_FOUND> when none or several match.
+    /// The one row whose media_id is `mediaId`; DBIException<DBI_NOT_FOUND> when none or several match.
     static ApplicationData getByMediaId(int mediaId, dbi::Transaction& transaction);
 };
 

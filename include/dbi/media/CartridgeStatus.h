@@ -18,15 +18,17 @@ class Media;
     COLUMN(C, IntegerField, status, "status")                      \
     COLUMN(C, BigIntegerField, firstEncryptedLogicalObject, "first_encrypted_logical_object")
 
-// Status read from a cartridge's memory: the TapeAlert flags as one 64-bit
-// value, thread count, a status code and the first encrypted logical object.
+/// Status read from a cartridge's memory: the TapeAlert flags as one 64-bit
+/// value, thread count, a status code and the first encrypted logical object.
 class DBI_EXPORT CartridgeStatus : public dbi::Table<CartridgeStatus> {
     DBI_RECORD(CartridgeStatus, DBI_MEDIA_CARTRIDGESTATUS_COLUMNS)
 public:
+    /// A new row, without id until saved, holding these column values
+    /// (in column order); every field counts as modified.
     CartridgeStatus(int mediaId, long long tapeAlertFlags, int threadCount, short status,
                     long long firstEncryptedLogicalObject);
 
-    // The one row whose media_id is `mediaId`; DBIException<DBI_NOT_FOUND> when none or several match.
+    /// The one row whose media_id is `mediaId`; DBIException<DBI_NOT_FOUND> when none or several match.
     static CartridgeStatus getByMediaId(int mediaId, dbi::Transaction& transaction);
 };
 

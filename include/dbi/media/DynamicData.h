@@ -29,12 +29,14 @@ class Media;
     COLUMN(C, IntegerField, unrecoverableErrors, "unrecoverable_errors")          \
     COLUMN(C, IntegerField, deviceStatusBits, "device_status_bits")
 
-// Error counters of a cartridge per wrap and region. The TapeAlert flags are
-// kept as two 32-bit halves (hi, lo), unlike the single 64-bit value of
-// CartridgeStatus.
+/// Error counters of a cartridge per wrap and region. The TapeAlert flags are
+/// kept as two 32-bit halves (hi, lo), unlike the single 64-bit value of
+/// CartridgeStatus.
 class DBI_EXPORT DynamicData : public dbi::Table<DynamicData> {
     DBI_RECORD(DynamicData, DBI_MEDIA_DYNAMICDATA_COLUMNS)
 public:
+    /// A new row, without id until saved, holding these column values
+    /// (in column order); every field counts as modified.
     DynamicData(int mediaId, int wrap, int region, int errorsCorrectedWoDelay, int errorsCorrectedDelay,
                 int correctedErrors, int uncorrectedErrors, int totalErrors, int errorCorrectionsInvoked,
                 int bytesProcessed, int tapeAlertFlagsHi, int tapeAlertFlagsLo, int dsRead, int readRetries,

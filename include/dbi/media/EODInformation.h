@@ -21,15 +21,17 @@ class Media;
     COLUMN(C, IntegerField, wrapNumber, "wrap_number")           \
     COLUMN(C, IntegerField, validity, "validity")
 
-// Where the data on a cartridge ends: write pass, thread count, record and
-// file-mark counts, data set and wrap number, and a validity code.
+/// Where the data on a cartridge ends: write pass, thread count, record and
+/// file-mark counts, data set and wrap number, and a validity code.
 class DBI_EXPORT EODInformation : public dbi::Table<EODInformation> {
     DBI_RECORD(EODInformation, DBI_MEDIA_EODINFORMATION_COLUMNS)
 public:
+    /// A new row, without id until saved, holding these column values
+    /// (in column order); every field counts as modified.
     EODInformation(int mediaId, int writePass, int threadCount, long long recordCount, long long fileMarkCount,
                    int dataSetNumber, int wrapNumber, short validity);
 
-    // The one row whose media_id is `mediaId`; DBIException<DBI_NOT_FOUND> when none or several match.
+    /// The one row whose media_id is `mediaId`; DBIException<DBI_NOT_FOUND> when none or several match.
     static EODInformation getByMediaId(int mediaId, dbi::Transaction& transaction);
 };
 

@@ -35,11 +35,13 @@ class Media;
     COLUMN(C, IntegerField, dataSetPhysicalPosition, "data_set_physical_position") \
     COLUMN(C, IntegerField, dataSetWrapNumber, "data_set_wrap_number")
 
-// Error and usage counters of one drive on a cartridge, with the data-set
-// position of the error; is_read_error tells a read error from a write error.
+/// Error and usage counters of one drive on a cartridge, with the data-set
+/// position of the error; is_read_error tells a read error from a write error.
 class DBI_EXPORT ErrorUsage : public dbi::Table<ErrorUsage> {
     DBI_RECORD(ErrorUsage, DBI_MEDIA_ERRORUSAGE_COLUMNS)
 public:
+    /// A new row, without id until saved, holding these column values
+    /// (in column order); every field counts as modified.
     ErrorUsage(int mediaId, short isReadError, const std::string& driveManufacturer, const std::string& driveId,
                short driveGeneration, int firmwareIdentity, short suspendedWritesAtAppend, int threadCount,
                long long dataSetsWritten, long long dataSetsRead, int writeRetries, int readRetries,

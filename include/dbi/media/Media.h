@@ -18,11 +18,13 @@ namespace media {
     COLUMN(C, DateTimeField, manufactureDate, "manufacture_date") \
     COLUMN(C, BooleanField, blockProtection, "block_protection")
 
-// One cartridge known to the appliance, identified by its serial number.
-// The cartridge-memory and log-page rows of this feature point at it.
+/// One cartridge known to the appliance, identified by its serial number.
+/// The cartridge-memory and log-page rows of this feature point at it.
 class DBI_EXPORT Media : public dbi::Table<Media> {
     DBI_RECORD(Media, DBI_MEDIA_MEDIA_COLUMNS)
 public:
+    /// A new row, without id until saved, holding these column values
+    /// (in column order); every field counts as modified.
     Media(const std::string& serialNumber, short cartridgeType, const std::string& manufacturer,
           const std::string& manufactureDate, bool blockProtection);
 };

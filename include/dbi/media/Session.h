@@ -23,11 +23,13 @@ namespace media {
     COLUMN(C, BooleanField, continueOnError, "continue_on_error") \
     COLUMN(C, BooleanField, started, "started")
 
-// One media-test session: when it ran, whether it has started and goes on
-// past errors, and how many cartridges ended in each outcome.
+/// One media-test session: when it ran, whether it has started and goes on
+/// past errors, and how many cartridges ended in each outcome.
 class DBI_EXPORT Session : public dbi::Table<Session> {
     DBI_RECORD(Session, DBI_MEDIA_SESSION_COLUMNS)
 public:
+    /// A new row, without id until saved, holding these column values
+    /// (in column order); every field counts as modified.
     Session(const std::string& startDate, const std::string& endDate, int numIncomplete, int numGood, int numBad,
             int numSuspect, int numUnsupported, int testState, bool continueOnError, bool started);
 };

@@ -24,11 +24,13 @@ class SessionResults;
     COLUMN(C, IntegerField, lastTapeAlert, "last_tape_alert")                            \
     COLUMN(C, IntegerField, driveType, "drive_type")
 
-// One drive taking part in a test session, with the result row it is
-// working on and the last TapeAlert it reported.
+/// One drive taking part in a test session, with the result row it is
+/// working on and the last TapeAlert it reported.
 class DBI_EXPORT SessionDrive : public dbi::Table<SessionDrive> {
     DBI_RECORD(SessionDrive, DBI_MEDIA_SESSIONDRIVE_COLUMNS)
 public:
+    /// A new row, without id until saved, holding these column values
+    /// (in column order); every field counts as modified.
     SessionDrive(int sessionId, int drive, int sessionResultsId, bool inUse, const std::string& blade,
                  const std::string& serialNumber, int lastTapeAlert, int driveType);
 };

@@ -30,11 +30,13 @@ class Media;
     COLUMN(C, IntegerField, dynamicTestErrorCode, "dynamic_test_error_code") \
     COLUMN(C, IntegerField, priority, "priority")
 
-// The test of one cartridge in one session with its static and dynamic
-// outcomes. The element and cartridge appear both by id and by label (voltag).
+/// The test of one cartridge in one session with its static and dynamic
+/// outcomes. The element and cartridge appear both by id and by label (voltag).
 class DBI_EXPORT SessionResults : public dbi::Table<SessionResults> {
     DBI_RECORD(SessionResults, DBI_MEDIA_SESSIONRESULTS_COLUMNS)
 public:
+    /// A new row, without id until saved, holding these column values
+    /// (in column order); every field counts as modified.
     SessionResults(int elementId, const std::string& voltag, int sessionId, int mediaId, const std::string& driveId,
                    const std::string& lastRunDate, int testState, int testType, short testResult,
                    short staticTestStatus, int staticTestErrorCode, short dynamicTestStatus, int dynamicTestErrorCode,

@@ -15,14 +15,16 @@ namespace media {
     COLUMN(C, CharField, name, "name")        \
     COLUMN(C, IntegerField, value, "value")
 
-// A named integer setting of the media-test feature, one row per name.
+/// A named integer setting of the media-test feature, one row per name.
 class DBI_EXPORT Settings : public dbi::Table<Settings> {
     DBI_RECORD(Settings, DBI_MEDIA_SETTINGS_COLUMNS)
 public:
+    /// A new row, without id until saved, holding these column values
+    /// (in column order); every field counts as modified.
     Settings(const std::string& name, int value);
 
-    // The one row whose name is `name`; DBIException<DBI_NOT_FOUND> when none or several match.
-    // The name goes into the SQL text unescaped.
+    /// The one row whose name is `name`; DBIException<DBI_NOT_FOUND> when none or several match.
+    /// The name goes into the SQL text unescaped.
     static Settings getByName(std::string name, dbi::Transaction& transaction);
 };
 

@@ -29,11 +29,13 @@ class Media;
     COLUMN(C, IntegerField, suspendedWrites, "suspended_writes")                   \
     COLUMN(C, IntegerField, fatalSuspendedWrites, "fatal_suspended_writes")
 
-// Usage counters of one drive on a cartridge, keyed by the log page they
-// came from (page_id).
+/// Usage counters of one drive on a cartridge, keyed by the log page they
+/// came from (page_id).
 class DBI_EXPORT UsageInformation : public dbi::Table<UsageInformation> {
     DBI_RECORD(UsageInformation, DBI_MEDIA_USAGEINFORMATION_COLUMNS)
 public:
+    /// A new row, without id until saved, holding these column values
+    /// (in column order); every field counts as modified.
     UsageInformation(int mediaId, short pageId, const std::string& driveManufacturer, const std::string& driveId,
                      short suspendedWritesAtAppend, int threadCount, long long dataSetsWritten, long long dataSetsRead,
                      int writeRetries, int readRetries, short unrecoveredWriteErrors, short unrecoveredReadErrors,

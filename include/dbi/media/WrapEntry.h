@@ -22,11 +22,13 @@ class Media;
     COLUMN(C, IntegerField, eowFileMarkCount, "eow_file_mark_count") \
     COLUMN(C, IntegerField, fileMarkMap, "file_mark_map")
 
-// One entry of a cartridge's wrap table: write pass, data set, record and
-// file-mark counts at the head and end of the wrap, and the file-mark map.
+/// One entry of a cartridge's wrap table: write pass, data set, record and
+/// file-mark counts at the head and end of the wrap, and the file-mark map.
 class DBI_EXPORT WrapEntry : public dbi::Table<WrapEntry> {
     DBI_RECORD(WrapEntry, DBI_MEDIA_WRAPENTRY_COLUMNS)
 public:
+    /// A new row, without id until saved, holding these column values
+    /// (in column order); every field counts as modified.
     WrapEntry(int mediaId, int wrapEntryNum, int writePass, int dataSet, int howCount, int eowCount,
               int howFileMarkCount, int eowFileMarkCount, int fileMarkMap);
 };

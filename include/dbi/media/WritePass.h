@@ -22,14 +22,16 @@ class Media;
     COLUMN(C, IntegerField, writePass6, "write_pass_6")      \
     COLUMN(C, IntegerField, writePass7, "write_pass_7")
 
-// The eight write-pass values kept for a cartridge.
+/// The eight write-pass values kept for a cartridge.
 class DBI_EXPORT WritePass : public dbi::Table<WritePass> {
     DBI_RECORD(WritePass, DBI_MEDIA_WRITEPASS_COLUMNS)
 public:
+    /// A new row, without id until saved, holding these column values
+    /// (in column order); every field counts as modified.
     WritePass(int mediaId, int writePass0, int writePass1, int writePass2, int writePass3, int writePass4,
               int writePass5, int writePass6, int writePass7);
 
-    // The one row whose media_id is `mediaId`; DBIException<DBI_NOT_FOUND> when none or several match.
+    /// The one row whose media_id is `mediaId`; DBIException<DBI_NOT_FOUND> when none or several match.
     static WritePass getByMediaId(int mediaId, dbi::Transaction& transaction);
 };
 

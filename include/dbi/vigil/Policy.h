@@ -10,10 +10,10 @@ namespace vigil {
 
 class Action;
 
-// The scan policy of one partition: the action to run, the intervals of the
-// basic, normal and full scans, what triggers extra scans, how failures are
-// handled, and whether scanning is paused. The "_type" columns hold codes
-// owned by the scanning application.
+/// The scan policy of one partition: the action to run, the intervals of the
+/// basic, normal and full scans, what triggers extra scans, how failures are
+/// handled, and whether scanning is paused. The "_type" columns hold codes
+/// owned by the scanning application.
 #define DBI_VIGIL_POLICY_COLUMNS(COLUMN, C)                                        \
     COLUMN(C, IntegerField, id, "id")                                              \
     COLUMN(C, IntegerField, partition, "partition")                                \
@@ -33,9 +33,14 @@ class Action;
     COLUMN(C, BooleanField, reportMediaInaccessible, "report_media_inaccessible")  \
     COLUMN(C, BooleanField, paused, "paused")
 
+/// A row of table vigil_policy, with the columns DBI_VIGIL_POLICY_COLUMNS lists. A value
+/// owned by its caller and used by one thread at a time; Table brings the
+/// row operations.
 class DBI_EXPORT Policy : public dbi::Table<Policy> {
     DBI_RECORD(Policy, DBI_VIGIL_POLICY_COLUMNS)
 public:
+    /// A new row, without id until saved, holding these column values
+    /// (in column order); every field counts as modified.
     Policy(int partitionNumber, int policyActionId, int basicScanInterval, int normalScanInterval,
            int fullScanInterval, int tapeAlertThreshold, int tapeAlertScanType, int onImportScanType,
            int onSuspectCountScanType, int afterRasFailType, int concurrentScanCount, int scanPriority,
