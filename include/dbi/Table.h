@@ -18,7 +18,11 @@ namespace dbi {
 template <class T>
 class Table {
 public:
+    /// The name of T's table (T::m_tableName).
     static std::string tableName() { return T::m_tableName; }
+    /// T's map from column name to field accessor. Built once, on first use
+    /// from any thread, under DBManager::getFieldMapMutex(); only read after
+    /// that, so callers must not change it.
     static FieldMap<T>& getFieldMap() { return detail::fieldMap<T>(); }
 
     /// The row with that id; DBIException<6> unless exactly one row matches.
@@ -48,8 +52,12 @@ public:
         }
     }
 
+    /// save(transaction, true): a record carrying an id is inserted under that
+    /// id when the table has no such row and updated otherwise.
     void createOrUpdate(Transaction& transaction) { save(transaction, true); }
 
+    /// Deletes the row with that id; a missing row is not an error. The id is
+    /// bound in bound-values mode.
     static void deleteRow(int id, Transaction& transaction) {
         std::ostringstream sql;
         sql << "DELETE FROM " << T::m_tableName << " WHERE " << T::id << " = ";
@@ -62,6 +70,7 @@ public:
         }
     }
 
+    /// Deletes every row of the table.
     static void deleteAll(Transaction& transaction) { transaction.execStatement("DELETE FROM " + T::m_tableName); }
 
     /// `condition` follows the table name directly: pass " WHERE ...".
@@ -69,6 +78,8 @@ public:
         transaction.execStatement("DELETE FROM " + T::m_tableName + condition);
     }
 
+    /// Sends TRUNCATE, which SQLite does not know: always throws
+    /// DBIException<10> and changes nothing. Use deleteAll().
     static void truncate(Transaction& transaction) { transaction.execStatement("TRUNCATE " + T::m_tableName); }
 
     /// A temporary table of the same name and columns, shadowing the real one
