@@ -14,10 +14,14 @@ class Field;
 /// written into its text: SQL NULL, a 64-bit integer or a text.
 class DBI_EXPORT BoundValue {
 public:
+    /// Which value a BoundValue holds; only that kind's getter is meaningful.
     enum class Kind { Null, Integer, Text };
 
     BoundValue() = default;  // SQL NULL
+    /// Binds as a 64-bit integer.
     static BoundValue integer(long long number);
+    /// Binds as text of its full length, NUL bytes included (which SQL text
+    /// would refuse).
     static BoundValue text(std::string text);
 
     /// The value a field stores, as the text form of the statement would store
@@ -26,10 +30,14 @@ public:
     /// decimal integer (nothing has run then).
     static BoundValue of(const Field& field);
 
+    /// Which value this is.
     Kind getKind() const { return kind; }
+    /// The integer; 0 unless getKind() is Kind::Integer.
     long long getInteger() const { return number; }
+    /// The text; empty unless getKind() is Kind::Text.
     const std::string& getText() const { return characters; }
 
+    /// Same kind and same value.
     bool operator==(const BoundValue& other) const;
 
 private:
@@ -38,6 +46,7 @@ private:
     std::string characters;
 };
 
+/// The values of one statement's "?" parameters, in order of appearance.
 using BoundValues = std::vector<BoundValue>;
 
 }  // namespace dbi

@@ -28,6 +28,7 @@ public:
     /// parameters of cached prepared statements instead of SQL text: no value
     /// can change a statement, and records are written faster. Off by default.
     static void setBindValues(bool on);
+    /// Whether bound-values mode is on.
     static bool getBindValues();
 
 private:

@@ -63,25 +63,41 @@ public:
         return *this;
     }
 
+    /// Adds `column` (any ORDER BY item, written verbatim) to the ordering;
+    /// items keep the order of the calls.
     Query& orderBy(const std::string& column) {
         orderItems.push_back((orderItems.empty() ? " " : ", ") + column + " ");
         return *this;
     }
 
+    /// At most `rows` records; 0, the default, or less means no limit.
     Query& setLimit(int rows) { return set(limit, rows); }
+    /// Skips the first `rows` records; 0 or less skips none.
     Query& setOffset(int rows) { return set(offset, rows); }
+    /// Writes DESC once, after the last ORDER BY item, so SQL applies it to
+    /// that item only. Without orderBy() it has no effect.
     Query& setDescending(bool on) { return set(descending, on); }
+    /// Has no effect on the statement.
     Query& setFlag(bool on) { return set(flag, on); }
+    /// Adds `item` both to the column list, which it replaces, and to the GROUP
+    /// BY clause. Items are written verbatim and back to back: each brings its
+    /// own blanks and commas. Records then receive only the columns the items
+    /// name.
     Query& addGroupBy(const std::string& item) {
         groupItems.push_back(item);
         return *this;
     }
+    /// Adds `table`, named `alias` unless that is empty, to the FROM list; the
+    /// join condition goes in a filter. Only T's columns are selected. A later
+    /// call replaces the table.
     Query& setJoin(const std::string& table, const std::string& alias) {
         joinTable = table;
         joinAlias = alias;
         return *this;
     }
 
+    /// The whole SELECT text that execute() runs, with "?" where values are
+    /// bound. `all` changes nothing.
     std::string getQuery(bool all) const {
         std::string sql = "SELECT";
         if (groupItems.empty()) {

@@ -22,6 +22,7 @@ namespace dbi {
 /// Hashes the key text (h = 5 * h + c), so a column name read from a result
 /// set finds its field although it is another pointer than the constant.
 struct hashstr {
+    /// The hash of the NUL-terminated `text`.
     std::size_t operator()(const char* text) const {
         std::size_t h = 0;
         for (; *text; ++text) h = 5 * h + static_cast<unsigned char>(*text);
@@ -29,7 +30,9 @@ struct hashstr {
     }
 };
 
+/// Compares keys by their text, not by pointer, for the same reason.
 struct eqstr {
+    /// True when both texts are equal.
     bool operator()(const char* a, const char* b) const { return std::strcmp(a, b) == 0; }
 };
 

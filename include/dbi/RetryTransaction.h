@@ -14,8 +14,13 @@ namespace dbi {
 
 /// How often and how patiently retryTransaction starts a transaction over.
 struct RetryPolicy {
+    /// Tries in all, the first included; 1 or less runs the work once.
     int attempts = 5;
+    /// Ceiling of the pause before the first retry; it doubles with each
+    /// further retry. Each pause is drawn at random from the upper half of its
+    /// ceiling.
     boost::posix_time::time_duration firstPause = boost::posix_time::milliseconds(20);
+    /// Highest ceiling; a value below firstPause counts as firstPause.
     boost::posix_time::time_duration maxPause = boost::posix_time::seconds(2);
 };
 

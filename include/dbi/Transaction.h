@@ -28,20 +28,32 @@ public:
     explicit Transaction(bool autoBegin);
     ~Transaction();
 
+    /// Opens a savepoint on the calling thread and holds it; nothing when the
+    /// handle holds one already. Failures of the SAVEPOINT statement pass on
+    /// (see DBManager::execStatement) and leave the handle without one.
     void begin();
-    /// Both throw DBIException<14> when this handle's savepoint is not the
-    /// innermost one open on the thread; the handle keeps its savepoint then.
+    /// Closes the savepoint; only the outermost commits. Nothing when the
+    /// handle holds none. release() and rollback() throw DBIException<14> when
+    /// this handle's savepoint is not the innermost one open on the thread; the
+    /// handle keeps its savepoint then, as it does when the statement fails.
     /// release() of a lost handle throws DBIException<3> and keeps it lost.
     void release();
+    /// Undoes everything since begin() and closes the savepoint; the outermost
+    /// ends the whole transaction. Nothing when the handle holds none; a lost
+    /// handle only lets go of its savepoint.
     void rollback();
 
     /// Runs `sql`, inside this handle's savepoint when it holds one.
     ResultTuple execStatement(const std::string& sql);
     /// The same for one statement whose "?" parameters take `values`.
     ResultTuple execStatement(const std::string& sql, const BoundValues& values);
+    /// The row id of the last insert on this thread's connection, as decimal
+    /// text, whichever handle ran it (DBManager::lastRowId()).
     std::string lastRowId();
 
+    /// True while the handle holds a savepoint, lost or not.
     bool isOpen() const { return !savepointName.empty(); }
+    /// The held savepoint's name; empty when none.
     const std::string& getSavepointName() const { return savepointName; }
     /// True when the savepoint this handle holds went with a failed connection.
     bool isLost() const;
@@ -67,16 +79,27 @@ public:
     /// Opens a savepoint ("FIRST_SAVEPOINT" at depth 0, else "TIME_<utc>")
     /// and returns its name.
     std::string beginTransaction();
+    /// Releases savepoint `name`, which commits when it is the outermost.
+    /// Throws DBIException<14> unless `name` is the innermost open savepoint.
+    /// On any failure `name` stays open, unless a storage failure made the
+    /// stack forget every savepoint.
     void endTransaction(const std::string& name);
+    /// Undoes and closes savepoint `name`; the outermost ends with a ROLLBACK
+    /// of the whole transaction. Checks and failures as for endTransaction().
     void rollbackTransaction(const std::string& name);
+    /// Runs `sql` on this thread's connection and discards any rows; failures
+    /// as DBManager::execStatement.
     void execStatement(const std::string& sql);
 
+    /// The number of savepoints open on this thread.
     std::size_t depth() const { return savepoints.size(); }
 
     /// Drops every open savepoint name without running a statement, after
     /// the connection that held them failed; handles opened before can tell
     /// by the changed generation.
     void forgetSavepoints();
+    /// Counts forgetSavepoints() calls: a handle that began under another
+    /// generation is lost.
     std::uint64_t generation() const { return stackGeneration; }
 
 private:
