@@ -30,7 +30,8 @@ struct hashstr {
     }
 };
 
-/// Compares keys by their text, not by pointer, for the same reason.
+/// Compares keys by text, not by pointer, so that a column name read from a
+/// result set equals its constant.
 struct eqstr {
     /// True when both texts are equal.
     bool operator()(const char* a, const char* b) const { return std::strcmp(a, b) == 0; }
