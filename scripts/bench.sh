@@ -4,6 +4,7 @@
 #   DBI_BENCH_REPETITIONS (default 3): timed runs of each benchmark, interleaved
 #   DBI_BENCH_CALLGRIND_ROWS (default 2000): rows per workload under callgrind
 #   DBI_BENCH_BUILD_TYPE (default Release)
+#   DBI_BENCH_REPORT_ONLY=1 writes the report again from the last run's results
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -37,6 +38,7 @@ command -v ccache >/dev/null && LAUNCHER=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 cmake -S . -B "$BUILD" -DCMAKE_BUILD_TYPE="$BUILD_TYPE" -DDBI_BUILD_BENCHMARKS=ON -DDBI_BUILD_TESTS=OFF \
   -DDBI_BUILD_TOOLS=OFF "${LAUNCHER[@]}" >/dev/null
 cmake --build "$BUILD" -j2 --target dbi_bench dbi_bench_profile
+if [ "${DBI_BENCH_REPORT_ONLY:-0}" = 0 ]; then
 rm -rf "$OUT" && mkdir -p "$OUT"
 
 echo "==> timed suite ($REPS interleaved repetitions)"
@@ -61,6 +63,7 @@ for w in "${WORKLOADS[@]}"; do
   done
 done
 "$BUILD/bench/dbi_bench_profile" memory >"$OUT/memory.txt"
+fi
 
 value() {  # file workload rows contender column -> value or empty
   awk -v w="$2" -v r="$3" -v c="$4" -v col="$5" '$1 == w && (r == "" || $2 == r) && $3 == c {print $col; exit}' "$1"
@@ -93,14 +96,15 @@ for i in "${!KEYS[@]}"; do
   plot+="${plot:+, }'$OUT/chart.${KEYS[$i]}.dat' using 1:2 with linespoints title \"${NAMES[$i]}\""
 done
 gnuplot <<GNUPLOT
-set terminal png size 900,560
+set terminal png size 900,560 noenhanced
 set output '$CHART'
 set title 'Insert in one transaction: time per row against N'
 set logscale x
 set logscale y
 set xlabel 'rows (N)'
 set ylabel 'microseconds per row'
-set key outside right
+set key below
+set xrange [700:140000]
 set grid
 plot $plot
 GNUPLOT
@@ -176,10 +180,12 @@ echo "==> $REPORT"
   echo
   echo "## Where dbi's own instructions go (insert, N = $CG_ROWS, inclusive)"
   echo
+  echo "A function appears once per source file its inlined code came from."
+  echo
   echo '```'
-  callgrind_annotate --inclusive=yes "$OUT/callgrind.insert.dbi" 2>/dev/null |
-    grep -E 'dbi::|sqlite3_get_table|sqlite3_exec ' | grep -v -E 'bench::|ProfileMain' | head -20 |
-    sed -E 's/ \[[^]]*\]$//; s#/[^ ]*/(include|shlibs)/#\1/#' | cut -c1-150
+  { callgrind_annotate --inclusive=yes "$OUT/callgrind.insert.dbi" 2>/dev/null |
+      grep -E '^ *[0-9,]+ \( *[0-9.]+%\) ' | grep -E 'dbi::|sqlite3_exec ' | grep -v -E 'bench::|ProfileMain|=>' |
+      head -16 | sed -E 's/ \[[^]]*\]$//; s#[^ ]*/(include|shlibs)/#\1/#' | cut -c1-150; } || true
   echo '```'
   echo
   cat bench/profile.md
