@@ -131,3 +131,41 @@ TEST_F(Statement, lastRowIdIsDecimalTextOfTheLastInsert) {
     autocommit.execStatement("INSERT INTO r VALUES (5000000000)");
     EXPECT_EQ("5000000000", dbi::DBManager::lastRowId());
 }
+
+// Results keep the layout, counts and failures of sqlite3_get_table, which
+// statements used to go through; both run the same read-only texts here.
+TEST_F(Statement, resultsAndFailuresMatchSqliteGetTable) {
+    exec("INSERT INTO t VALUES (1, 'x'), (2, NULL), (3, '')");
+    sqlite3* db = dbi::DBManager::getConnection().get();
+    const std::string texts[] = {"SELECT a, b FROM t ORDER BY a",
+                                 "SELECT a FROM t WHERE a > 5",
+                                 "SELECT a, b FROM t WHERE a = 1; SELECT b, a FROM t WHERE a > 1",
+                                 "SELECT a FROM t WHERE a > 5; SELECT b FROM t",
+                                 "SELECT a FROM t; SELECT a, b FROM t",
+                                 "PRAGMA empty_result_callbacks = 1",
+                                 "SELECT a FROM t WHERE a > 5; SELECT a, b FROM t WHERE a = 1",
+                                 "SELECT nothing FROM t"};
+    for (const std::string& sql : texts) {
+        char** expected = nullptr;
+        int rows = -1, columns = -1;
+        const int rc = sqlite3_get_table(db, sql.c_str(), &expected, &rows, &columns, nullptr);
+        const std::string expectedError = rc == SQLITE_OK ? "" : sqlite3_errmsg(db);
+        try {
+            dbi::ResultTuple result = exec(sql);
+            ASSERT_EQ(SQLITE_OK, rc) << sql;
+            ASSERT_EQ(rows, result.get<1>()) << sql;
+            ASSERT_EQ(columns, result.get<2>()) << sql;
+            char** cells = result.get<0>().get();
+            ASSERT_NE(nullptr, cells) << sql;
+            for (int i = 0; i < (rows + 1) * columns; ++i) {
+                ASSERT_EQ(expected[i] == nullptr, cells[i] == nullptr) << sql << " cell " << i;
+                if (expected[i]) EXPECT_STREQ(expected[i], cells[i]) << sql << " cell " << i;
+            }
+        } catch (const dbi::DBIBaseException& e) {
+            EXPECT_NE(SQLITE_OK, rc) << sql;
+            EXPECT_EQ(expectedError, sqlite3_errmsg(db)) << sql;
+            EXPECT_NE(std::string(e.what()).find(expectedError), std::string::npos) << e.what();
+        }
+        sqlite3_free_table(expected);
+    }
+}

@@ -171,12 +171,19 @@ private:
     }
 
     /// The field accessor of each result column, or null for columns that
-    /// name no field of T.
+    /// name no field of T. Results of this class's own SELECT list name the
+    /// columns in its order, which is tried before the field map.
     static std::vector<const boost::function<Field&(T*)>*> resultFields(char** headings, int columns) {
         FieldMap<T>& fields = detail::fieldMap<T>();
+        const std::vector<detail::Column<T>>& selected = detail::columnLayout<T>().selected;
         std::vector<const boost::function<Field&(T*)>*> found(columns, nullptr);
         for (int column = 0; column < columns; ++column) {
-            auto field = fields.find(columnName(headings[column]));
+            const char* name = columnName(headings[column]);
+            if (static_cast<std::size_t>(column) < selected.size() && std::strcmp(name, selected[column].name) == 0) {
+                found[column] = selected[column].field;
+                continue;
+            }
+            auto field = fields.find(name);
             if (field != fields.end()) found[column] = &field->second;
         }
         return found;

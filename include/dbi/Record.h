@@ -96,6 +96,8 @@ template <class T>
 struct ColumnLayout {
     /// Sorted by column name: the order INSERT and UPDATE texts write.
     std::vector<Column<T>> byName;
+    /// In the field map's iteration order: the order of the SELECT's columns.
+    std::vector<Column<T>> selected;
     /// " table.a, table.b" in the field map's iteration order: the column
     /// list of the SELECT a Query builds.
     std::string selectList;
@@ -106,10 +108,11 @@ ColumnLayout<T> makeColumnLayout() {
     ColumnLayout<T> layout;
     const FieldMap<T>& fields = fieldMap<T>();
     for (const auto& entry : fields) {
-        layout.byName.push_back({entry.first, &entry.second});
+        layout.selected.push_back({entry.first, &entry.second});
         layout.selectList += " " + T::m_tableName + "." + entry.first;
-        if (layout.byName.size() < fields.size()) layout.selectList += ",";
+        if (layout.selected.size() < fields.size()) layout.selectList += ",";
     }
+    layout.byName = layout.selected;
     std::sort(layout.byName.begin(), layout.byName.end(),
               [](const Column<T>& a, const Column<T>& b) { return std::strcmp(a.name, b.name) < 0; });
     return layout;

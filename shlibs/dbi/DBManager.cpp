@@ -5,7 +5,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstring>
 #include <deque>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -81,8 +84,6 @@ sqlite3* openAndInitialise() {
     return db;
 }
 
-void freeTable(char** table) { sqlite3_free_table(table); }
-
 }  // namespace
 
 boost::shared_ptr<sqlite3> DBManager::getConnection() {
@@ -107,14 +108,90 @@ boost::mutex& DBManager::getFieldMapMutex() { return m_fieldMapMutex; }
 
 namespace {
 
-void getTable(const boost::shared_ptr<sqlite3>& connection, const std::string& sql, ResultTuple& result) {
-    char** array = nullptr;
+// A result laid out as sqlite3_get_table lays it out (the headings, then
+// the cells row by row, NULL cells as null pointers), but with all texts in
+// one buffer instead of one allocation per cell.
+class ResultTable {
+public:
+    // The callback of sqlite3_exec; follows sqlite3_get_table's rules: the
+    // headings come with the first row, every later row must have as many
+    // columns.
+    static int onRow(void* self, int columns, char** values, char** headings) {
+        try {
+            return static_cast<ResultTable*>(self)->add(columns, values, headings) ? 0 : 1;
+        } catch (const std::bad_alloc&) {
+            static_cast<ResultTable*>(self)->outOfMemory = true;
+            return 1;
+        }
+    }
+
+    // Result of the sqlite3_exec that fed this table, turned into the code
+    // sqlite3_get_table would have returned.
+    int finish(sqlite3* connection, int rc) {
+        if (outOfMemory) return SQLITE_NOMEM;
+        if (incompatible) {
+            // Leaves the connection's error state as that failure leaves it.
+            sqlite3_get_table(connection, "SELECT 1; SELECT 1, 2", nullptr, nullptr, nullptr, nullptr);
+            return SQLITE_ERROR;
+        }
+        return rc;
+    }
+
+    // Hands the cells over; the pointers stay valid while the result lives.
+    ResultTuple release() {
+        auto owner = boost::make_shared<Storage>();
+        owner->text.swap(text);
+        owner->cells.reserve(offsets.size() + 1);
+        for (std::ptrdiff_t offset : offsets) owner->cells.push_back(offset < 0 ? nullptr : &owner->text[offset]);
+        owner->cells.push_back(nullptr);  // never an empty array
+        return ResultTuple(boost::shared_ptr<char*>(owner, owner->cells.data()), rows, columnCount);
+    }
+
+private:
+    struct Storage {
+        std::vector<char> text;
+        std::vector<char*> cells;
+    };
+
+    bool add(int columns, char** values, char** headings) {
+        if (rows == 0) {
+            columnCount = columns;
+            offsets.reserve(4 * static_cast<std::size_t>(columns));
+            text.reserve(512);
+            for (int i = 0; i < columns; ++i) append(headings[i]);
+        } else if (columnCount != columns) {
+            incompatible = true;
+            return false;
+        }
+        if (!values) return true;
+        for (int i = 0; i < columns; ++i) append(values[i]);
+        ++rows;
+        return true;
+    }
+
+    void append(const char* cell) {
+        if (!cell) {
+            offsets.push_back(-1);
+            return;
+        }
+        offsets.push_back(static_cast<std::ptrdiff_t>(text.size()));
+        text.insert(text.end(), cell, cell + std::strlen(cell) + 1);
+    }
+
+    std::vector<char> text;
+    std::vector<std::ptrdiff_t> offsets;
     int rows = 0;
-    int columns = 0;
-    const int rc = sqlite3_get_table(connection.get(), sql.c_str(), &array, &rows, &columns, nullptr);
+    int columnCount = 0;
+    bool incompatible = false;
+    bool outOfMemory = false;
+};
+
+void getTable(const boost::shared_ptr<sqlite3>& connection, const std::string& sql, ResultTuple& result) {
+    ResultTable table;
+    const int rc = table.finish(connection.get(),
+                                sqlite3_exec(connection.get(), sql.c_str(), &ResultTable::onRow, &table, nullptr));
     if (rc != SQLITE_OK) throwException(rc, connection, sql);
-    boost::shared_ptr<char*> owned(array, freeTable);  // frees the array itself if this throws
-    result = ResultTuple(owned, rows, columns);
+    result = table.release();
 }
 
 // Cells of a bound statement's result in the layout of sqlite3_get_table: the
