@@ -139,7 +139,9 @@ TEST_F(Statement, resultsAndFailuresMatchSqliteGetTable) {
             ASSERT_NE(nullptr, cells) << sql;
             for (int i = 0; i < (rows + 1) * columns; ++i) {
                 ASSERT_EQ(expected[i] == nullptr, cells[i] == nullptr) << sql << " cell " << i;
-                if (expected[i]) EXPECT_STREQ(expected[i], cells[i]) << sql << " cell " << i;
+                if (expected[i]) {
+                    EXPECT_STREQ(expected[i], cells[i]) << sql << " cell " << i;
+                }
             }
         } catch (const dbi::DBIBaseException& e) {
             EXPECT_NE(SQLITE_OK, rc) << sql;
