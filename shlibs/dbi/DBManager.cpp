@@ -131,7 +131,9 @@ public:
         if (outOfMemory) return SQLITE_NOMEM;
         if (incompatible) {
             // Leaves the connection's error state as that failure leaves it.
-            sqlite3_get_table(connection, "SELECT 1; SELECT 1, 2", nullptr, nullptr, nullptr, nullptr);
+            char** unused = nullptr;
+            sqlite3_get_table(connection, "SELECT 1; SELECT 1, 2", &unused, nullptr, nullptr, nullptr);
+            sqlite3_free_table(unused);
             return SQLITE_ERROR;
         }
         return rc;
