@@ -6,13 +6,7 @@
 set(root ${WORK_DIR}/root)
 file(REMOVE_RECURSE ${WORK_DIR})
 
-function(run)
-  execute_process(COMMAND ${ARGN} RESULT_VARIABLE status OUTPUT_VARIABLE out ERROR_VARIABLE err)
-  if(NOT status EQUAL 0)
-    message(FATAL_ERROR "failed: ${ARGN}\n${out}\n${err}")
-  endif()
-  set(last_output "${out}" PARENT_SCOPE)
-endfunction()
+include(${CMAKE_CURRENT_LIST_DIR}/run.cmake)
 
 run(${CPACK} -G DEB --config ${DBI_BUILD_DIR}/CPackConfig.cmake -B ${WORK_DIR}/debs)
 file(GLOB debs ${WORK_DIR}/debs/*.deb)
