@@ -1,4 +1,6 @@
-// Contender (a): the library itself, records through Table and Query.
+// Contender (a): the library itself, records through Table and Query, with
+// values written into the statement texts (the default) or bound as
+// parameters of cached prepared statements.
 #include <dbi/dbi.h>
 
 #include "Workload.h"
@@ -16,9 +18,12 @@ Element toElement(const Row& row) {
 
 class DbiContender : public Contender {
 public:
-    const char* name() const override { return "dbi"; }
+    explicit DbiContender(bool bindValues) : bindValues(bindValues) {}
+
+    const char* name() const override { return bindValues ? "dbi (bound values)" : "dbi"; }
 
     void open(const std::string& path) override {
+        dbi::Configure::setBindValues(bindValues);
         dbi::Configure::setOptions(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX);
         dbi::DBManager::swapConnection(boost::shared_ptr<sqlite3>());
         dbi::DBManager::getConnection();
@@ -72,11 +77,15 @@ public:
         }
     }
 
-    void close() override { dbi::DBManager::swapConnection(boost::shared_ptr<sqlite3>()); }
+    void close() override {
+        dbi::DBManager::swapConnection(boost::shared_ptr<sqlite3>());
+        dbi::Configure::setBindValues(false);
+    }
 
 private:
     static dbi::Transaction& autocommit() { return dbi::Transaction::getDefaultTransaction(); }
 
+    const bool bindValues;
     std::vector<Row> samples;
     std::vector<Element> records;
     std::vector<std::string> volsers;
@@ -85,6 +94,7 @@ private:
 
 }  // namespace
 
-std::unique_ptr<Contender> makeDbi() { return std::make_unique<DbiContender>(); }
+std::unique_ptr<Contender> makeDbi() { return std::make_unique<DbiContender>(false); }
+std::unique_ptr<Contender> makeDbiBound() { return std::make_unique<DbiContender>(true); }
 
 }  // namespace bench

@@ -15,7 +15,7 @@ namespace {
 
 using namespace bench;
 
-const char* const kContenderKeys[] = {"dbi", "replay", "prepared", "sqlitecpp", "soci"};
+const char* const kContenderKeys[] = {"dbi", "dbi-bound", "replay", "prepared", "sqlitecpp", "soci"};
 
 void registerWorkload(Workload workload, int rows) {
     std::vector<std::unique_ptr<Contender>> contenders = allContenders();

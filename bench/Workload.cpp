@@ -138,6 +138,7 @@ ScratchDatabase::~ScratchDatabase() {
 std::vector<std::unique_ptr<Contender>> allContenders() {
     std::vector<std::unique_ptr<Contender>> all;
     all.push_back(makeDbi());
+    all.push_back(makeDbiBound());
     all.push_back(makeReplay());
     all.push_back(makePrepared());
     all.push_back(makeSqliteCpp());

@@ -72,11 +72,12 @@ public:
 };
 
 std::unique_ptr<Contender> makeDbi();
+std::unique_ptr<Contender> makeDbiBound();
 std::unique_ptr<Contender> makeReplay();
 std::unique_ptr<Contender> makePrepared();
 std::unique_ptr<Contender> makeSqliteCpp();
 std::unique_ptr<Contender> makeSoci();
-// All contenders in report order, dbi first.
+// All contenders in report order: dbi in its two modes first.
 std::vector<std::unique_ptr<Contender>> allContenders();
 
 // Runs one workload on a fresh database; returns the measured seconds.

@@ -28,8 +28,8 @@ CHART=docs/performance-per-row.png
 REPS=${DBI_BENCH_REPETITIONS:-3}
 CG_ROWS=${DBI_BENCH_CALLGRIND_ROWS:-2000}
 CG_AUTOCOMMIT_ROWS=200
-KEYS=(dbi replay prepared sqlitecpp soci)
-NAMES=("dbi" "SQLite running dbi's texts (sqlite3_exec)" "one prepared statement" "SQLiteCpp" "SOCI (sqlite3)")
+KEYS=(dbi dbi-bound replay prepared sqlitecpp soci)
+NAMES=("dbi" "dbi, bound values" "SQLite running dbi's texts (sqlite3_exec)" "one prepared statement" "SQLiteCpp" "SOCI (sqlite3)")
 WORKLOADS=(insert insert_autocommit select_all get update)
 
 BUILD_TYPE=${DBI_BENCH_BUILD_TYPE:-Release}
@@ -87,6 +87,19 @@ table() {  # workload rows
   done
 }
 
+bound_target() {  # label workload rows base-key base-name target
+  local cg_rows=$CG_ROWS
+  local ms base_ms ins base_ins t i verdict
+  ms=$(value "$OUT/timed.txt" "$2" "$3" dbi-bound 4)
+  base_ms=$(value "$OUT/timed.txt" "$2" "$3" "$4" 4)
+  ins=$(value "$OUT/instructions.txt" "$2" "$cg_rows" dbi-bound 4)
+  base_ins=$(value "$OUT/instructions.txt" "$2" "$cg_rows" "$4" 4)
+  t=$(ratio "$ms" "$base_ms")
+  i=$(ratio "$ins" "$base_ins")
+  verdict=$(awk -v t="$t" -v i="$i" -v max="$6" 'BEGIN { print (t != "-" && i != "-" && t <= max && i <= max) ? "met" : "not met" }')
+  echo "| $1 | $5 | $6 | $t | $i | $verdict |"
+}
+
 echo "==> chart"
 for key in "${KEYS[@]}"; do
   awk -v c="$key" '$1 == "insert" && $3 == c {print $2, $4 * 1000 / $2}' "$OUT/timed.txt" | sort -n >"$OUT/chart.$key.dat"
@@ -118,8 +131,9 @@ echo "==> $REPORT"
   echo "the timed runs are Google Benchmark medians of $REPS interleaved repetitions, the instruction counts come"
   echo "from \`valgrind --tool=callgrind\` over the measured part only, which stays the same on a busy machine."
   echo
-  echo "Contenders: (a) dbi; (b) \`sqlite3_exec\` of exactly the texts dbi produced for the same work (captured"
-  echo "with a statement trace, savepoint statements included), so (a) / (b) is the library's own cost;"
+  echo "Contenders: (a) dbi, values written into the texts (the default); (a') dbi with"
+  echo "\`Configure::setBindValues(true)\`; (b) \`sqlite3_exec\` of exactly the texts dbi produced for the same work"
+  echo "(captured with a statement trace, savepoint statements included), so (a) / (b) is the library's own cost;"
   echo "(c) one prepared statement with bound parameters; (d) SQLiteCpp; (e) SOCI with its sqlite3 backend."
   echo
   echo "## Machine"
@@ -153,6 +167,18 @@ echo "==> $REPORT"
   echo "### Update one column of each row, N = 10000"
   echo
   table update 10000
+  echo
+  echo "### Bound values against prepared statements"
+  echo
+  echo "dbi with \`Configure::setBindValues(true)\` divided by the contender it should come close to, from the"
+  echo "tables above (time at N = 10000, instructions at N = $CG_ROWS)."
+  echo
+  echo "| workload | against | target | time | instructions | |"
+  echo "|---|---|---:|---:|---:|---|"
+  bound_target "insert in one transaction" insert 10000 sqlitecpp SQLiteCpp 1.3
+  bound_target "get by id" get 10000 prepared "one prepared statement" 1.5
+  bound_target "update one column" update 10000 prepared "one prepared statement" 1.3
+  bound_target "select all" select_all 10000 sqlitecpp SQLiteCpp 1.5
   echo
   echo "### Notify's poll (dbi only)"
   echo

@@ -40,19 +40,24 @@ protected:
 
 }  // namespace
 
-TEST_F(BoundStatement, resultHasTheShapeOfTheTextPath) {
-    run("INSERT INTO t VALUES (?, ?)", {BoundValue::integer(1), BoundValue::text("x")});
-    run("INSERT INTO t VALUES (?, ?)", {BoundValue::integer(2), BoundValue()});
-    ResultTuple result = run("SELECT a, b FROM t WHERE a >= ? ORDER BY a", {BoundValue::integer(1)});
-    ASSERT_EQ(2, result.get<1>());
-    ASSERT_EQ(2, result.get<2>());
-    char** cells = result.get<0>().get();
-    EXPECT_STREQ("a", cells[0]);
-    EXPECT_STREQ("b", cells[1]);
-    EXPECT_STREQ("1", cells[2]);
-    EXPECT_STREQ("x", cells[3]);
-    EXPECT_STREQ("2", cells[4]);
-    EXPECT_EQ(nullptr, cells[5]);
+TEST_F(BoundStatement, resultHasTheCellsOfTheTextPath) {
+    exec("INSERT INTO t VALUES (-9223372036854775808, 'x'), (9223372036854775807, NULL), (0, ''), "
+         "(2.5, x''), (1e300, x'41'), (-0.1, 'caf\xc3\xa9'), (NULL, 7)");
+    const std::string select = "SELECT a, b AS renamed FROM t WHERE rowid >= ? ORDER BY rowid";
+    ResultTuple text;
+    DBManager::execStatement("SELECT a, b AS renamed FROM t WHERE rowid >= 1 ORDER BY rowid", text, false);
+    ResultTuple bound = run(select, {BoundValue::integer(1)});
+    ASSERT_EQ(7, bound.get<1>());
+    ASSERT_EQ(text.get<1>(), bound.get<1>());
+    ASSERT_EQ(text.get<2>(), bound.get<2>());
+    for (int cell = 0; cell < (1 + 7) * 2; ++cell) {
+        const char* expected = text.get<0>().get()[cell];
+        const char* actual = bound.get<0>().get()[cell];
+        if (!expected)
+            EXPECT_EQ(nullptr, actual) << "cell " << cell;
+        else
+            EXPECT_STREQ(expected, actual) << "cell " << cell;
+    }
     // No rows: no header and no columns, as sqlite3_get_table reports it.
     ResultTuple none = run("SELECT a, b FROM t WHERE a = ?", {BoundValue::integer(9)});
     EXPECT_EQ(0, none.get<1>());
@@ -137,4 +142,22 @@ TEST_F(BoundStatement, storageFailureDropsTheStatementsWithTheConnection) {
     run("INSERT INTO t VALUES (?, ?)", {BoundValue::integer(2), BoundValue::text("b")});
     EXPECT_NE(readOnly, DBManager::getConnection());
     EXPECT_EQ("1", scalar("SELECT count(*) FROM t WHERE a = 2"));
+}
+
+TEST(BoundValueOf, integerColumnsBindOnlyWholeDecimalNumbers) {
+    const std::pair<std::string, long long> accepted[] = {
+        {"0", 0}, {"+5", 5}, {"-5", -5}, {"007", 7},
+        {"9223372036854775807", 9223372036854775807LL}, {"-9223372036854775808", -9223372036854775807LL - 1}};
+    for (const auto& [text, number] : accepted) {
+        dbi::IntegerField field("n");
+        field = text;
+        EXPECT_EQ(BoundValue::integer(number), BoundValue::of(field)) << text;
+    }
+    const std::string refused[] = {"", "+", "-", "+-5", "--5", " 5", "5 ", "1e3", "0x10", "1.0",
+                                   "9223372036854775808", std::string("1\0", 2), "1 OR 1"};
+    for (const std::string& text : refused) {
+        dbi::IntegerField field("n");
+        field = text;
+        EXPECT_THROW(BoundValue::of(field), dbi::DBIException<dbiresult::DBI_SQL_ERROR>) << text;
+    }
 }

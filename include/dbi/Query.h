@@ -27,6 +27,9 @@ constexpr bool isBoundText = std::is_convertible<V, std::string>::value;
 
 }  // namespace detail
 
+template <class T>
+class Table;
+
 /// Builds one SELECT over the table of record class T, runs it through a
 /// Transaction and turns the rows into records. A plain value: build it,
 /// chain conditions, call get() or execute(). Values are written into the
@@ -123,11 +126,7 @@ public:
     T get(Transaction& transaction) const {
         std::vector<T> records;
         execute(records, transaction);
-        if (records.size() != 1) {
-            std::ostringstream message;
-            message << "Query: | " << getQuery(false) << " | returned [" << records.size() << "] records.";
-            throw DBIException<dbiresult::DBI_NOT_FOUND>(message.str());
-        }
+        if (records.size() != 1) throwNotFound(getQuery(false), records.size());
         return records.front();
     }
 
@@ -150,15 +149,38 @@ public:
         const std::vector<const boost::function<Field&(T*)>*> fields = resultFields(cells, columns);
         for (int row = 1; row <= rows; ++row) {
             records.emplace_back();
-            T& record = records.back();
-            for (int column = 0; column < columns; ++column) {
-                const char* cell = cells[row * columns + column];
-                if (cell && fields[column]) (*fields[column])(&record).loadSettled(cell);
-            }
+            load(records.back(), cells + row * columns, fields);
         }
     }
 
 private:
+    friend class Table<T>;
+
+    /// The single record that `sql`, a SELECT of T's own column list with
+    /// `values` bound, selects; the failure get() reports otherwise. The
+    /// columns come in the list's order, so no heading needs looking up.
+    static T getOne(const std::string& sql, const BoundValues& values, Transaction& transaction) {
+        ResultTuple result = transaction.execStatement(sql, values);
+        if (result.template get<1>() != 1) throwNotFound(sql, result.template get<1>());
+        char** row = result.template get<0>().get() + result.template get<2>();
+        const std::vector<detail::Column<T>>& selected = detail::columnLayout<T>().selected;
+        T record;
+        for (std::size_t column = 0; column < selected.size(); ++column)
+            if (row[column]) (*selected[column].field)(&record).loadSettled(row[column]);
+        return record;
+    }
+
+    [[noreturn]] static void throwNotFound(const std::string& sql, std::size_t records) {
+        std::ostringstream message;
+        message << "Query: | " << sql << " | returned [" << records << "] records.";
+        throw DBIException<dbiresult::DBI_NOT_FOUND>(message.str());
+    }
+
+    static void load(T& record, char** row, const std::vector<const boost::function<Field&(T*)>*>& fields) {
+        for (std::size_t column = 0; column < fields.size(); ++column)
+            if (row[column] && fields[column]) (*fields[column])(&record).loadSettled(row[column]);
+    }
+
     template <class M, class V>
     Query& set(M& member, V value) {
         member = value;

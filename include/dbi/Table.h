@@ -1,6 +1,7 @@
 #ifndef DBI_TABLE_H
 #define DBI_TABLE_H
 
+#include <bitset>
 #include <cstdlib>
 #include <sstream>
 #include <string>
@@ -27,7 +28,10 @@ public:
 
     /// The row with that id; DBIException<6> unless exactly one row matches.
     static T get(int id, Transaction& transaction) {
-        return Query<T>().equals(T::id, id, T::m_tableName).get(transaction);
+        if (!Configure::getBindValues()) return Query<T>().equals(T::id, id, T::m_tableName).get(transaction);
+        // The text equals() would build, made once: lookups by id are hot.
+        static const std::string byId = Query<T>().addFilter(" " + T::m_tableName + "." + T::id + " = ? ").getQuery(false);
+        return Query<T>::getOne(byId, BoundValues{BoundValue::integer(id)}, transaction);
     }
 
     /// Writes the modified columns. A record without id is inserted and then
@@ -43,13 +47,14 @@ public:
         BoundValues values = bind ? boundValues(columns) : BoundValues();
         const bool insert = record.m_id.isUnknown() || (create && isMissing(record, transaction));
         if (columns.empty()) return;
-        if (insert) {
-            run(transaction, insertText(columns, bind), values, bind);
-            if (record.m_id.isUnknown()) record.m_id = transaction.lastRowId();
+        if (!bind) {
+            transaction.execStatement(insert ? insertText(columns, false)
+                                             : updateText(columns, record.m_id.getValue(), false));
         } else {
-            if (bind) values.push_back(BoundValue::of(record.m_id));
-            run(transaction, updateText(columns, bind ? "?" : record.m_id.getValue(), bind), values, bind);
+            if (!insert) values.push_back(BoundValue::of(record.m_id));
+            transaction.execStatement(boundText(columns, insert), values);
         }
+        if (insert && record.m_id.isUnknown()) record.m_id = transaction.lastRowId();
     }
 
     /// save(transaction, true): a record carrying an id is inserted under that
@@ -106,16 +111,40 @@ private:
 
     /// The modified fields with their column names, sorted by name: what an
     /// INSERT or UPDATE of the record writes, in the order it writes them.
-    using FieldsToWrite = std::vector<std::pair<const char*, const Field*>>;
+    struct FieldsToWrite : std::vector<std::pair<const char*, const Field*>> {
+        std::bitset<T::columnCount> written;  // by position in name order
+        bool anyBare = false;                 // a marker is written in place
+    };
     static FieldsToWrite fieldsToWrite(T& record) {
         FieldsToWrite columns;
         columns.reserve(T::columnCount);
-        for (const detail::Column<T>& column : detail::columnLayout<T>().byName) {
-            const Field& field = (*column.field)(&record);
-            if (field.isModified()) columns.emplace_back(column.name, &field);
+        const std::vector<detail::Column<T>>& byName = detail::columnLayout<T>().byName;
+        for (std::size_t i = 0; i < byName.size(); ++i) {
+            const Field& field = (*byName[i].field)(&record);
+            if (!field.isModified()) continue;
+            columns.emplace_back(byName[i].name, &field);
+            columns.written.set(i);
+            columns.anyBare = columns.anyBare || field.isBareInSql();
         }
         return columns;
     }
+
+    /// The bound statement writing `columns`. With every value bound the text
+    /// depends only on which columns are written, so each thread keeps the
+    /// few texts it uses instead of building one per row.
+    static const std::string& boundText(const FieldsToWrite& columns, bool insert) {
+        thread_local std::string withMarkers;
+        if (columns.anyBare) return withMarkers = insert ? insertText(columns, true) : updateText(columns, "?", true);
+        using Cached = std::pair<std::bitset<T::columnCount>, std::string>;
+        thread_local std::vector<Cached> texts[2];
+        std::vector<Cached>& cache = texts[insert];
+        for (const Cached& entry : cache)
+            if (entry.first == columns.written) return entry.second;
+        if (cache.size() == kCachedTexts) cache.erase(cache.begin());
+        cache.emplace_back(columns.written, insert ? insertText(columns, true) : updateText(columns, "?", true));
+        return cache.back().second;
+    }
+    static constexpr std::size_t kCachedTexts = 8;
 
     /// What a bound statement carries for the written fields, in text order;
     /// the two markers stay bare SQL and bind nothing.
@@ -133,13 +162,6 @@ private:
             sql += '?';
         else
             field.appendSqlValue(sql);
-    }
-
-    static void run(Transaction& transaction, const std::string& sql, const BoundValues& values, bool bind) {
-        if (bind)
-            transaction.execStatement(sql, values);
-        else
-            transaction.execStatement(sql);
     }
 
     static bool isMissing(const T& record, Transaction& transaction) {

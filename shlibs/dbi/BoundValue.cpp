@@ -1,8 +1,6 @@
 #include "dbi/BoundValue.h"
 
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
+#include <charconv>
 #include <utility>
 
 #include "dbi/DBIException.h"
@@ -14,12 +12,14 @@ namespace {
 
 // An optional sign and at least one digit, nothing else, within 64 bits.
 bool parseDecimal(const std::string& text, long long& number) {
-    const char* digits = text.c_str() + ((text[0] == '-' || text[0] == '+') ? 1 : 0);
-    if (*digits == '\0' || std::strspn(digits, "0123456789") != std::strlen(digits)) return false;
-    if (text.size() != std::strlen(text.c_str())) return false;  // an embedded NUL
-    errno = 0;
-    number = std::strtoll(text.c_str(), nullptr, 10);
-    return errno == 0;
+    const char* first = text.data();
+    const char* const last = first + text.size();
+    if (first != last && *first == '+') {
+        ++first;
+        if (first == last || *first == '-') return false;
+    }
+    const std::from_chars_result parsed = std::from_chars(first, last, number);
+    return parsed.ec == std::errc() && parsed.ptr == last;
 }
 
 }  // namespace

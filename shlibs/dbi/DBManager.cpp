@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
-#include <deque>
+#include <charconv>
 #include <new>
 #include <string>
 #include <vector>
@@ -34,12 +34,7 @@ constexpr std::size_t kCachedStatements = 64;
 // own reference to the connection, so whichever of the two thread slots is
 // cleaned up first at thread end, the statements are finalized before the
 // connection is closed.
-boost::thread_specific_ptr<StatementCache> statementCache;
-
-StatementCache& threadStatementCache() {
-    if (!statementCache.get()) statementCache.reset(new StatementCache(kCachedStatements));
-    return *statementCache;
-}
+thread_local StatementCache statementCache(kCachedStatements);
 
 // Clears the process umask while a connection is set up, so the companion
 // files SQLite creates (-wal, -shm) are usable by every process of the
@@ -99,7 +94,7 @@ boost::shared_ptr<sqlite3> DBManager::swapConnection(boost::shared_ptr<sqlite3> 
     boost::shared_ptr<sqlite3> previous = tsp.get() ? *tsp : boost::shared_ptr<sqlite3>();
     // The caller may keep the old connection open; it must hold no statements
     // of this thread's cache then.
-    if (statementCache.get()) statementCache->clear();
+    statementCache.clear();
     tsp.reset(new boost::shared_ptr<sqlite3>(connection));
     return previous;
 }
@@ -111,6 +106,61 @@ namespace {
 // A result laid out as sqlite3_get_table lays it out (the headings, then
 // the cells row by row, NULL cells as null pointers), but with all texts in
 // one buffer instead of one allocation per cell.
+class CellBuffer {
+public:
+    void append(const char* cell) {
+        if (cell) {
+            append(cell, std::strlen(cell));
+        } else {
+            reserveOnFirstCell();
+            offsets.push_back(-1);
+        }
+    }
+
+    void append(const char* cell, std::size_t length) {
+        reserveOnFirstCell();
+        offsets.push_back(static_cast<std::ptrdiff_t>(text.size()));
+        text.append(cell, length);
+        text.push_back('\0');
+    }
+
+    // Appends the column names a cached statement keeps in one block.
+    void appendHeadings(const std::string& names, const std::vector<std::size_t>& starts) {
+        reserveOnFirstCell();
+        const std::size_t base = text.size();
+        text += names;
+        for (std::size_t start : starts) offsets.push_back(static_cast<std::ptrdiff_t>(base + start));
+    }
+
+    // Hands the cells over; the pointers stay valid while the result lives.
+    // A statement without rows (every INSERT and UPDATE) costs one allocation.
+    ResultTuple release(int rows, int columns) {
+        if (offsets.empty()) return ResultTuple(boost::make_shared<char*>(nullptr), rows, columns);
+        auto owner = boost::make_shared<Storage>();
+        owner->text.swap(text);
+        owner->cells.reserve(offsets.size() + 1);
+        for (std::ptrdiff_t offset : offsets) owner->cells.push_back(offset < 0 ? nullptr : &owner->text[offset]);
+        owner->cells.push_back(nullptr);  // never an empty array
+        return ResultTuple(boost::shared_ptr<char*>(owner, owner->cells.data()), rows, columns);
+    }
+
+private:
+    struct Storage {
+        std::string text;
+        std::vector<char*> cells;
+    };
+
+    void reserveOnFirstCell() {
+        if (!offsets.empty()) return;
+        offsets.reserve(32);
+        text.reserve(1024);
+    }
+
+    std::string text;  // every cell's text, each followed by a NUL
+    std::vector<std::ptrdiff_t> offsets;
+};
+
+// Collects the rows of an sqlite3_exec as sqlite3_get_table would.
 class ResultTable {
 public:
     // The callback of sqlite3_exec; follows sqlite3_get_table's rules: the
@@ -139,49 +189,24 @@ public:
         return rc;
     }
 
-    // Hands the cells over; the pointers stay valid while the result lives.
-    ResultTuple release() {
-        auto owner = boost::make_shared<Storage>();
-        owner->text.swap(text);
-        owner->cells.reserve(offsets.size() + 1);
-        for (std::ptrdiff_t offset : offsets) owner->cells.push_back(offset < 0 ? nullptr : &owner->text[offset]);
-        owner->cells.push_back(nullptr);  // never an empty array
-        return ResultTuple(boost::shared_ptr<char*>(owner, owner->cells.data()), rows, columnCount);
-    }
+    ResultTuple release() { return cells.release(rows, columnCount); }
 
 private:
-    struct Storage {
-        std::vector<char> text;
-        std::vector<char*> cells;
-    };
-
     bool add(int columns, char** values, char** headings) {
         if (rows == 0) {
             columnCount = columns;
-            offsets.reserve(4 * static_cast<std::size_t>(columns));
-            text.reserve(512);
-            for (int i = 0; i < columns; ++i) append(headings[i]);
+            for (int i = 0; i < columns; ++i) cells.append(headings[i]);
         } else if (columnCount != columns) {
             incompatible = true;
             return false;
         }
         if (!values) return true;
-        for (int i = 0; i < columns; ++i) append(values[i]);
+        for (int i = 0; i < columns; ++i) cells.append(values[i]);
         ++rows;
         return true;
     }
 
-    void append(const char* cell) {
-        if (!cell) {
-            offsets.push_back(-1);
-            return;
-        }
-        offsets.push_back(static_cast<std::ptrdiff_t>(text.size()));
-        text.insert(text.end(), cell, cell + std::strlen(cell) + 1);
-    }
-
-    std::vector<char> text;
-    std::vector<std::ptrdiff_t> offsets;
+    CellBuffer cells;
     int rows = 0;
     int columnCount = 0;
     bool incompatible = false;
@@ -196,22 +221,27 @@ void getTable(const boost::shared_ptr<sqlite3>& connection, const std::string& s
     result = table.release();
 }
 
-// Cells of a bound statement's result in the layout of sqlite3_get_table: the
-// tuple's pointer points into `cells` and owns the whole table. A deque never
-// moves its strings, so the cell pointers stay valid while rows are added.
-struct CellTable {
-    std::deque<std::string> texts;
-    std::vector<char*> cells;
-
-    void add(const unsigned char* text) {
-        if (!text) {
-            cells.push_back(nullptr);
-            return;
-        }
-        texts.emplace_back(reinterpret_cast<const char*>(text));
-        cells.push_back(&texts.back()[0]);
+// Appends a result cell in the text SQLite would give for it; false when
+// SQLite ran out of memory converting it. Integers are written here, which
+// saves SQLite converting them in a buffer of its own.
+bool appendColumn(CellBuffer& cells, sqlite3_stmt* statement, int column) {
+    switch (sqlite3_column_type(statement, column)) {
+    case SQLITE_NULL: cells.append(nullptr); return true;
+    case SQLITE_INTEGER: {
+        char digits[24];
+        const auto end = std::to_chars(digits, digits + sizeof digits, sqlite3_column_int64(statement, column)).ptr;
+        cells.append(digits, static_cast<std::size_t>(end - digits));
+        return true;
     }
-};
+    default: {
+        const unsigned char* text = sqlite3_column_text(statement, column);
+        if (!text) return false;
+        cells.append(reinterpret_cast<const char*>(text),
+                     static_cast<std::size_t>(sqlite3_column_bytes(statement, column)));
+        return true;
+    }
+    }
+}
 
 // Leaves a cached statement ready for its next use, whatever happened.
 class StatementUse {
@@ -253,35 +283,44 @@ void bindAll(sqlite3_stmt* statement, const BoundValues& values, const boost::sh
 
 // Steps through all rows; the header row is added with the first row, so a
 // statement without rows has no columns, as with sqlite3_get_table.
-void collectRows(sqlite3_stmt* statement, const boost::shared_ptr<sqlite3>& connection, const std::string& sql,
-                 ResultTuple& result) {
-    auto table = boost::make_shared<CellTable>();
-    table->cells.reserve(1);  // a valid array even without rows
-    const int columns = sqlite3_column_count(statement);
+void collectRows(StatementCache::Statement& cached, const boost::shared_ptr<sqlite3>& connection,
+                 const std::string& sql, ResultTuple& result) {
+    sqlite3_stmt* statement = cached.get();
+    CellBuffer cells;
+    int columns = 0;
     int rows = 0;
     int rc;
     while ((rc = sqlite3_step(statement)) == SQLITE_ROW) {
-        if (rows++ == 0)
-            for (int column = 0; column < columns; ++column)
-                table->add(reinterpret_cast<const unsigned char*>(sqlite3_column_name(statement, column)));
-        for (int column = 0; column < columns; ++column) table->add(sqlite3_column_text(statement, column));
+        if (rows++ == 0) {
+            cells.appendHeadings(cached.headings(), cached.headingOffsets());
+            columns = sqlite3_column_count(statement);
+        }
+        for (int column = 0; column < columns; ++column)
+            if (!appendColumn(cells, statement, column)) throwException(SQLITE_NOMEM, connection, sql);
     }
     if (rc != SQLITE_DONE) throwException(rc, connection, sql);
-    result = ResultTuple(boost::shared_ptr<char*>(table, table->cells.data()), rows, rows ? columns : 0);
+    result = cells.release(rows, columns);
 }
 
-void runBound(const boost::shared_ptr<sqlite3>& connection, const std::string& sql, const BoundValues& values,
-              ResultTuple& result) {
-    sqlite3_stmt* statement = nullptr;
-    const int rc = threadStatementCache().prepare(connection, sql, statement);
+struct BoundCall {
+    const std::string& sql;
+    const BoundValues& values;
+    ResultTuple& result;
+};
+
+void runBound(const boost::shared_ptr<sqlite3>& connection, const BoundCall& call) {
+    const std::string& sql = call.sql;
+    ResultTuple& result = call.result;
+    StatementCache::Statement* statement = nullptr;
+    const int rc = statementCache.prepare(connection, sql, statement);
     if (rc != SQLITE_OK) throwException(rc, connection, sql);
     if (!statement) {
         result = ResultTuple(boost::make_shared<char*>(nullptr), 0, 0);
         return;
     }
-    StatementUse use(statement);
-    bindAll(statement, values, connection, sql);
-    collectRows(statement, connection, sql, result);
+    StatementUse use(statement->get());
+    bindAll(statement->get(), call.values, connection, sql);
+    collectRows(*statement, connection, sql, result);
 }
 
 // A WAL read transaction that another connection has overtaken can never
@@ -311,9 +350,10 @@ void DBManager::execStatement(const std::string& sql, ResultTuple& result, bool 
 
 void DBManager::execStatement(const std::string& sql, const BoundValues& values, ResultTuple& result,
                               bool reconnect) {
-    runWithRetries(
-        [&](const boost::shared_ptr<sqlite3>& connection) { runBound(connection, sql, values, result); },
-        reconnect);
+    // One captured pointer keeps the attempt within std::function's own
+    // storage: no allocation per statement.
+    const BoundCall call{sql, values, result};
+    runWithRetries([&call](const boost::shared_ptr<sqlite3>& connection) { runBound(connection, call); }, reconnect);
 }
 
 void DBManager::runWithRetries(const Attempt& attempt, bool inSavepoint) {
@@ -341,7 +381,7 @@ void DBManager::abandonConnection(const boost::shared_ptr<sqlite3>& failed, bool
         if (failed) sqlite3_exec(failed.get(), "ROLLBACK", nullptr, nullptr, nullptr);
         savepoints->forgetSavepoints();
     }
-    if (statementCache.get()) statementCache->clear();
+    statementCache.clear();
     if (tsp.get()) tsp.reset();
 }
 

@@ -2,8 +2,22 @@
 
 namespace dbi {
 
+const std::string& StatementCache::Statement::headings() {
+    const int recompiled = sqlite3_stmt_status(compiled.get(), SQLITE_STMTSTATUS_REPREPARE, 0);
+    if (recompiled == compiledTimes) return names;
+    names.clear();
+    offsets.clear();
+    for (int column = 0; column < sqlite3_column_count(compiled.get()); ++column) {
+        offsets.push_back(names.size());
+        names += sqlite3_column_name(compiled.get(), column);
+        names += '\0';
+    }
+    compiledTimes = recompiled;
+    return names;
+}
+
 int StatementCache::prepare(const boost::shared_ptr<sqlite3>& owner, const std::string& sql,
-                            sqlite3_stmt*& statement) {
+                            Statement*& statement) {
     statement = nullptr;
     if (owner != connection) {
         clear();
@@ -12,7 +26,7 @@ int StatementCache::prepare(const boost::shared_ptr<sqlite3>& owner, const std::
     auto found = index.find(sql);
     if (found != index.end()) {
         entries.splice(entries.begin(), entries, found->second);
-        statement = found->second->second.get();
+        statement = &found->second->second;
         return SQLITE_OK;
     }
     sqlite3_stmt* compiled = nullptr;
@@ -23,13 +37,13 @@ int StatementCache::prepare(const boost::shared_ptr<sqlite3>& owner, const std::
         return rc;
     }
     if (!compiled) return SQLITE_OK;  // only blanks or comments: nothing to run
-    entries.emplace_front(sql, std::unique_ptr<sqlite3_stmt, Finalizer>(compiled));
+    entries.emplace_front(std::piecewise_construct, std::forward_as_tuple(sql), std::forward_as_tuple(compiled));
     index[sql] = entries.begin();
     if (entries.size() > capacity) {
         index.erase(entries.back().first);
         entries.pop_back();
     }
-    statement = compiled;
+    statement = &entries.front().second;
     return SQLITE_OK;
 }
 

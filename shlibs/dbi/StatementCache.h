@@ -6,7 +6,9 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <tuple>
 #include <utility>
+#include <vector>
 
 #include <boost/shared_ptr.hpp>
 #include <sqlite3.h>
@@ -19,7 +21,31 @@ namespace dbi {
 // statements cannot be closed, so the cache finalizes them all (clear() or
 // its destructor) before it lets go of the connection.
 class StatementCache {
+    struct Finalizer {
+        void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+    };
+
 public:
+    // A prepared statement with the column names of its result, kept so that
+    // a result's headings are one copy rather than an SQLite call per column.
+    class Statement {
+    public:
+        explicit Statement(sqlite3_stmt* compiled) : compiled(compiled) {}
+        sqlite3_stmt* get() const { return compiled.get(); }
+
+        // The column names, each followed by a NUL, and where each starts.
+        // Valid after a step: SQLite may recompile a statement then (after a
+        // schema change), which can rename its columns.
+        const std::string& headings();
+        const std::vector<std::size_t>& headingOffsets() const { return offsets; }
+
+    private:
+        std::unique_ptr<sqlite3_stmt, Finalizer> compiled;
+        std::string names;
+        std::vector<std::size_t> offsets;
+        int compiledTimes = -1;  // the statement's recompile count when the names were taken
+    };
+
     explicit StatementCache(std::size_t capacity) : capacity(capacity) {}
     ~StatementCache() { clear(); }
     StatementCache(const StatementCache&) = delete;
@@ -27,8 +53,9 @@ public:
 
     // The prepared statement for `sql` on `connection`, compiled on first use.
     // Statements of another connection are finalized first. Returns the result
-    // code of sqlite3_prepare_v2 on failure, leaving `statement` null.
-    int prepare(const boost::shared_ptr<sqlite3>& connection, const std::string& sql, sqlite3_stmt*& statement);
+    // code of sqlite3_prepare_v2 on failure, leaving `statement` null; so does
+    // a text without a statement.
+    int prepare(const boost::shared_ptr<sqlite3>& connection, const std::string& sql, Statement*& statement);
 
     // Finalizes every statement and lets go of the connection.
     void clear();
@@ -36,10 +63,7 @@ public:
     std::size_t size() const { return entries.size(); }
 
 private:
-    struct Finalizer {
-        void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
-    };
-    using Entry = std::pair<std::string, std::unique_ptr<sqlite3_stmt, Finalizer>>;
+    using Entry = std::pair<std::string, Statement>;
 
     std::size_t capacity;
     boost::shared_ptr<sqlite3> connection;
