@@ -36,7 +36,7 @@ BUILD_TYPE=${DBI_BENCH_BUILD_TYPE:-Release}
 LAUNCHER=()
 command -v ccache >/dev/null && LAUNCHER=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 cmake -S . -B "$BUILD" -DCMAKE_BUILD_TYPE="$BUILD_TYPE" -DDBI_BUILD_BENCHMARKS=ON -DDBI_BUILD_TESTS=OFF \
-  -DDBI_BUILD_TOOLS=OFF "${LAUNCHER[@]}" >/dev/null
+  -DDBI_BUILD_TOOLS=ON "${LAUNCHER[@]}" >/dev/null
 cmake --build "$BUILD" -j2 --target dbi_bench dbi_bench_profile
 if [ "${DBI_BENCH_REPORT_ONLY:-0}" = 0 ]; then
 rm -rf "$OUT" && mkdir -p "$OUT"
