@@ -161,3 +161,12 @@ TEST(BoundValueOf, integerColumnsBindOnlyWholeDecimalNumbers) {
         EXPECT_THROW(BoundValue::of(field), dbi::DBIException<dbiresult::DBI_SQL_ERROR>) << text;
     }
 }
+
+TEST_F(BoundStatement, aTextWithSeveralStatementsIsRefusedWhole) {
+    EXPECT_THROW(run("INSERT INTO t VALUES (?, 'a'); DELETE FROM t", {BoundValue::integer(1)}),
+                 dbi::DBIException<dbiresult::DBI_SQL_ERROR>);
+    EXPECT_THROW(run("INSERT INTO t VALUES (?, 'a'); garbage", {BoundValue::integer(1)}),
+                 dbi::DBIException<dbiresult::DBI_SQL_ERROR>);
+    run("INSERT INTO t VALUES (?, 'b'); -- a comment\n ;  ", {BoundValue::integer(2)});
+    EXPECT_EQ(1, run("SELECT a FROM t", {}).get<1>());
+}

@@ -313,6 +313,8 @@ void runBound(const boost::shared_ptr<sqlite3>& connection, const BoundCall& cal
     ResultTuple& result = call.result;
     StatementCache::Statement* statement = nullptr;
     const int rc = statementCache.prepare(connection, sql, statement);
+    if (rc == StatementCache::kSeveralStatements)
+        throw DBIException<dbiresult::DBI_SQL_ERROR>(sql + " holds more than one statement; a bound text runs one");
     if (rc != SQLITE_OK) throwException(rc, connection, sql);
     if (!statement) {
         result = ResultTuple(boost::make_shared<char*>(nullptr), 0, 0);

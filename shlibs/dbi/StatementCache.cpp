@@ -2,6 +2,13 @@
 
 namespace dbi {
 
+bool StatementCache::holdsAStatement(const char* text) const {
+    sqlite3_stmt* next = nullptr;
+    const int rc = sqlite3_prepare_v2(connection.get(), text, -1, &next, nullptr);
+    sqlite3_finalize(next);
+    return rc != SQLITE_OK || next;  // what does not compile is not a blank either
+}
+
 const std::string& StatementCache::Statement::headings() {
     const int recompiled = sqlite3_stmt_status(compiled.get(), SQLITE_STMTSTATUS_REPREPARE, 0);
     if (recompiled == compiledTimes) return names;
@@ -30,13 +37,18 @@ int StatementCache::prepare(const boost::shared_ptr<sqlite3>& owner, const std::
         return SQLITE_OK;
     }
     sqlite3_stmt* compiled = nullptr;
+    const char* tail = nullptr;
     const int rc = sqlite3_prepare_v2(connection.get(), sql.c_str(), static_cast<int>(sql.size() + 1), &compiled,
-                                      nullptr);
+                                      &tail);
     if (rc != SQLITE_OK) {
         sqlite3_finalize(compiled);
         return rc;
     }
     if (!compiled) return SQLITE_OK;  // only blanks or comments: nothing to run
+    if (holdsAStatement(tail)) {
+        sqlite3_finalize(compiled);
+        return kSeveralStatements;
+    }
     entries.emplace_front(std::piecewise_construct, std::forward_as_tuple(sql), std::forward_as_tuple(compiled));
     index[sql] = entries.begin();
     if (entries.size() > capacity) {

@@ -51,10 +51,14 @@ public:
     StatementCache(const StatementCache&) = delete;
     StatementCache& operator=(const StatementCache&) = delete;
 
+    // Returned by prepare() for a text holding more than one statement: a
+    // prepared statement would run the first and silently drop the rest.
+    static constexpr int kSeveralStatements = -1;
+
     // The prepared statement for `sql` on `connection`, compiled on first use.
     // Statements of another connection are finalized first. Returns the result
-    // code of sqlite3_prepare_v2 on failure, leaving `statement` null; so does
-    // a text without a statement.
+    // code of sqlite3_prepare_v2 on failure, or kSeveralStatements, leaving
+    // `statement` null; so does a text without a statement.
     int prepare(const boost::shared_ptr<sqlite3>& connection, const std::string& sql, Statement*& statement);
 
     // Finalizes every statement and lets go of the connection.
@@ -64,6 +68,9 @@ public:
 
 private:
     using Entry = std::pair<std::string, Statement>;
+
+    // Whether `text`, the rest after a statement, holds more than blanks and comments.
+    bool holdsAStatement(const char* text) const;
 
     std::size_t capacity;
     boost::shared_ptr<sqlite3> connection;
