@@ -50,6 +50,8 @@ private:
     mode_t saved;
 };
 
+constexpr int kOpenWaitMilliseconds = 5000;
+
 bool isBusyOrLocked(int rc) {
     const int primary = rc & 0xff;
     return primary == SQLITE_BUSY || primary == SQLITE_LOCKED;
@@ -69,6 +71,10 @@ sqlite3* openAndInitialise() {
     sqlite3* db = nullptr;
     int rc = sqlite3_open_v2(Configure::getDatabaseName().c_str(), &db, Configure::getDatabaseMode(), nullptr);
     if (rc != SQLITE_OK) failOpen(db, rc);
+    // Set-up meets other connections' locks (a crashed writer's log being
+    // recovered while many processes open at once); it waits for them, while
+    // statements keep their own retry rule without a busy handler.
+    sqlite3_busy_timeout(db, kOpenWaitMilliseconds);
     for (const char* setup : {"PRAGMA foreign_keys = ON;", "PRAGMA journal_mode = WAL;"}) {
         rc = sqlite3_exec(db, setup, nullptr, nullptr, nullptr);
         if (rc != SQLITE_OK) failOpen(db, rc);
@@ -76,6 +82,7 @@ sqlite3* openAndInitialise() {
     // "create_wal" belongs to the database file, not to this library; its
     // absence is not an error.
     sqlite3_exec(db, "select * from create_wal;", nullptr, nullptr, nullptr);
+    sqlite3_busy_timeout(db, 0);
     return db;
 }
 
