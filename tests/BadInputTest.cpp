@@ -72,6 +72,10 @@ TEST_F(BadInput, nulByteCannotCutAnUpdateShortOfItsWhereClause) {
     Gadget fresh;
     fresh.m_name = std::string("a\0b", 3);
     EXPECT_THROW(fresh.save(autocommit()), dbi::DBIException<dbiresult::DBI_SQL_ERROR>);
+    // A bound text is refused whole too, not run up to the NUL.
+    const std::string cut("UPDATE test_gadget SET count = 9 WHERE id = ?\0DELETE FROM test_gadget", 69);
+    EXPECT_THROW(autocommit().execStatement(cut, {dbi::BoundValue::integer(1)}),
+                 dbi::DBIException<dbiresult::DBI_SQL_ERROR>);
     EXPECT_EQ(before, rowsOutside());
 }
 
@@ -133,7 +137,9 @@ TEST_F(BadInput, journalRowIdsWithoutDigitsGiveZeroAndHugeOnesSaturate) {
     notify.addListener(
         "library_element", [&](int rowId, const std::string&, const std::string&) { heard.push_back(rowId); },
         dbi::Notify::INSERT, "");
+    // SQLite keeps an integer text beyond 64 bits as a real: 1.0e+20.
     notify.notifyListeners({journalRow("abc"), journalRow(""), journalRow("99999999999999999999"),
-                            journalRow("-99999999999999999999"), journalRow("4294967297"), journalRow("12")});
-    EXPECT_EQ((std::vector<int>{0, 0, INT_MAX, INT_MIN, INT_MAX, 12}), heard);
+                            journalRow("-99999999999999999999"), journalRow("4294967297"), journalRow("12"),
+                            journalRow("1.0e+20"), journalRow("-1.0e+20")});
+    EXPECT_EQ((std::vector<int>{0, 0, INT_MAX, INT_MIN, INT_MAX, 12, INT_MAX, INT_MIN}), heard);
 }
