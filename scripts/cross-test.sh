@@ -2,7 +2,9 @@
 # Cross-builds dbi for a big-endian target and runs its tests under qemu-user.
 # Usage: scripts/cross-test.sh powerpc|s390x
 # Env: DBI_CROSS_CACHE (sysroot cache, default ~/.cache/dbi-cross),
-#      DBI_CROSS_BUILD_DIR (default build-cross-<target> in the repository).
+#      DBI_CROSS_BUILD_DIR (default build-cross-<target> in the repository),
+#      DBI_CROSS_FLAGS (compiler flags, default "-O2 -DNDEBUG": the target's
+#      optimisation without debug information, which qemu runs do not need).
 set -euo pipefail
 
 TARGET=${1:-}
@@ -68,7 +70,8 @@ configure_project() {
     -DCMAKE_TOOLCHAIN_FILE="$REPO/cmake/toolchains/$TRIPLE.cmake" \
     -DDBI_CROSS_SYSROOT="$SYSROOT" \
     -DDBI_GTEST_SOURCE_DIR="$GTEST_SOURCE_DIR" \
-    -DDBI_BUILD_TESTS=ON -DDBI_BUILD_TOOLS=ON -DDBI_BUILD_BENCHMARKS=OFF
+    -DDBI_BUILD_TESTS=ON -DDBI_BUILD_TOOLS=ON -DDBI_BUILD_BENCHMARKS=OFF \
+    -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_FLAGS_RELWITHDEBINFO="${DBI_CROSS_FLAGS:--O2 -DNDEBUG}"
 }
 
 build_project() {
