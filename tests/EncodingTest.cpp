@@ -37,6 +37,7 @@ TEST(Base64, encodesEveryInputAsTheOpenSslFilterDoesAndDecodesItBack) {
         std::vector<unsigned char> bytes(length);
         for (unsigned char& b : bytes) b = static_cast<unsigned char>(byte(random));
         const std::string expected = filterEncode(bytes);
+        ASSERT_EQ(expected, dbi::base64_enc(bytes.data(), static_cast<unsigned int>(length)).get()) << length;
         dbi::ByteArrayField field("b");
         field = bytes;
         ASSERT_EQ(expected, field.getValue()) << length;

@@ -206,8 +206,8 @@ TEST_F(BoundStatement, resultOutlivesTheStatementsNextUseAndFailuresKeepItReady)
     }
     EXPECT_THROW(run("INSERT INTO t VALUES (?, ?)", {BoundValue::integer(1)}),
                  dbi::DBIException<dbiresult::DBI_MISUSE>);
-    run("INSERT INTO t VALUES (?, ?)", {BoundValue::integer(3), BoundValue::text("third")});
-    EXPECT_EQ("3", scalar("SELECT count(*) FROM t"));
+    run("INSERT INTO t VALUES (?, ?)", {BoundValue::integer(3), BoundValue()});
+    EXPECT_EQ("1", scalar("SELECT count(*) FROM t WHERE a = 3 AND b IS NULL"));
 }
 
 TEST_F(BoundStatement, aTextWithSeveralStatementsIsRefusedWhole) {
@@ -216,6 +216,7 @@ TEST_F(BoundStatement, aTextWithSeveralStatementsIsRefusedWhole) {
     EXPECT_THROW(run("INSERT INTO t VALUES (?, 'a'); garbage", {BoundValue::integer(1)}),
                  dbi::DBIException<dbiresult::DBI_SQL_ERROR>);
     run("INSERT INTO t VALUES (?, 'b'); -- a comment\n ;  ", {BoundValue::integer(2)});
+    EXPECT_EQ(0, run(" -- nothing to run", {}).get<1>());
     EXPECT_EQ("2", outside("SELECT group_concat(a) FROM t"));
 }
 
