@@ -7,7 +7,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 seconds=${1:-20}
-targets=(base64_fuzz number_array_fuzz date_time_fuzz result_table_fuzz journal_dispatch_fuzz)
+targets=(base64_fuzz number_array_fuzz date_time_fuzz result_table_fuzz journal_dispatch_fuzz statement_text_fuzz)
 
 scripts/install-deps.sh
 
@@ -17,7 +17,7 @@ CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo 
   -DDBI_BUILD_FUZZERS=ON -DDBI_BUILD_TESTS=OFF -DDBI_BUILD_TOOLS=OFF -DDBI_INSTALL=OFF >/dev/null
 cmake --build build-fuzz -j2 --target "${targets[@]}"
 
-runs=build-fuzz/runs
+runs=$PWD/build-fuzz/runs  # absolute: a target may change its working directory
 rm -rf "$runs"
 failed=0
 for target in "${targets[@]}"; do

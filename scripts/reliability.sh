@@ -26,9 +26,9 @@ if [ $quick = 0 ]; then
   cmake --build "$build" -j2
   tool=$build/tests/reliability/reliability_tool
   report=docs/reliability.md
-  K_VALUES="2 4 8" THREADS=2 TRANSACTIONS=40 CRASH_ROUNDS=100 STORM_PROCESSES=40 STORM_THREADS=8
+  K_VALUES="2 4 8" THREADS=2 TRANSACTIONS=40 CRASH_ROUNDS=100 STORM_PROCESSES=40 STORM_THREADS=8 STORM_RUNS=5
 else
-  K_VALUES="2" THREADS=2 TRANSACTIONS=10 CRASH_ROUNDS=5 STORM_PROCESSES=8 STORM_THREADS=4
+  K_VALUES="2" THREADS=2 TRANSACTIONS=10 CRASH_ROUNDS=5 STORM_PROCESSES=8 STORM_THREADS=4 STORM_RUNS=1
 fi
 tool=$(realpath "$tool")
 schema=$(realpath tests/reliability/schema.sql)
@@ -143,22 +143,28 @@ fi
 
 # --- Open storm -------------------------------------------------------------
 # On the file the last killed writer left behind, so the first opener runs
-# WAL recovery while the others open.
-"$tool" crash-writer "$db" "$dir/log" 2>/dev/null &
-victim=$!; sleep 0.3; kill -KILL "$victim"; wait "$victim" 2>/dev/null || true
-start=$(( $(date +%s%3N) + 2000 ))
-pids=()
-for p in $(seq "$STORM_PROCESSES"); do
-  "$tool" open-storm "$db" "$STORM_THREADS" "$start" > "$dir/storm-$p.out" &
-  pids+=($!)
+# WAL recovery while the others open; each run crashes a writer afresh.
+storm_runs=()
+storm_failures=0
+for run in $(seq "$STORM_RUNS"); do
+  "$tool" crash-writer "$db" "$dir/log" 2>/dev/null &
+  victim=$!; sleep 0.3; kill -KILL "$victim"; wait "$victim" 2>/dev/null || true
+  start=$(( $(date +%s%3N) + 2000 ))
+  pids=()
+  for p in $(seq "$STORM_PROCESSES"); do
+    "$tool" open-storm "$db" "$STORM_THREADS" "$start" > "$dir/storm-$run-$p.out" &
+    pids+=($!)
+  done
+  wait "${pids[@]}"
+  failed=$(cat "$dir"/storm-"$run"-*.out | grep -o 'failures=[0-9]*' | cut -d= -f2 | awk '{s += $1} END {print s + 0}')
+  storm_runs+=("$failed")
+  storm_failures=$((storm_failures + failed))
 done
-wait "${pids[@]}"
-storm_failures=$(cat "$dir"/storm-*.out | grep -o 'failures=[0-9]*' | cut -d= -f2 | awk '{s += $1} END {print s + 0}')
-amount="$STORM_PROCESSES processes x $STORM_THREADS threads opening at the same moment, after a crash"
+amount="$STORM_RUNS runs of $STORM_PROCESSES processes x $STORM_THREADS threads opening at the same moment, after a crash"
 if [ "$storm_failures" = 0 ]; then
-  row "Open storm" "$amount" "ok: 0 failures"
+  row "Open storm" "$amount" "ok: 0 failures (per run: ${storm_runs[*]})"
 else
-  row "Open storm" "$amount" "FAIL: $storm_failures failures: $(grep -h '^failure' "$dir"/storm-*.out | sort | uniq -c | head -3 | tr '\n' ' ')"
+  row "Open storm" "$amount" "FAIL: $storm_failures failures (per run: ${storm_runs[*]}): $(grep -h '^failure' "$dir"/storm-*.out | sort | uniq -c | head -3 | tr '\n' ' ')"
 fi
 
 # --- Storage faults ---------------------------------------------------------
@@ -267,13 +273,16 @@ if [ $quick = 0 ]; then
         "FAIL: $(grep -m1 -E 'ERROR SUMMARY|FAILED|definitely' "$work/valgrind-$suite.out")"
     fi
   done
-  if [ -x scripts/fuzz.sh ]; then
-    if scripts/fuzz.sh 300 > "$work/fuzz.out" 2>&1; then verdict=ok; else verdict=FAIL; fi
-    while IFS= read -r line; do row "Fuzzing" "300 s per target" "$verdict: $line"; done \
-      < <(tail -n 20 "$work/fuzz.out" | grep -v '^$' | grep -iE 'target|exec|crash|runs' || echo "see scripts/fuzz.sh output")
-  else
-    row "Fuzzing" "-" "skipped: scripts/fuzz.sh is not in this checkout"
-  fi
+  # One row per target, from the lines scripts/fuzz.sh prints for them.
+  scripts/fuzz.sh 300 > "$work/fuzz.out" 2>&1 || true
+  for target in $(sed -n 's/^targets=(\(.*\))$/\1/p' scripts/fuzz.sh); do
+    result=$(sed -n "s/^$target: //p" "$work/fuzz.out" | tail -n 1)
+    case $result in
+      *"runs, no crash") row "Fuzzing: $target" "300 s, ${result%% runs*} runs" "ok: no crash" ;;
+      "") row "Fuzzing: $target" "300 s" "FAIL: no result (build failed? see scripts/fuzz.sh output)" ;;
+      *) row "Fuzzing: $target" "300 s" "FAIL: $result" ;;
+    esac
+  done
   if (cd "$build" && ctest -N -R BadInput | grep -q 'Total Tests: [1-9]'); then
     if (cd "$build" && ctest -R BadInput > "$work/badinput.out" 2>&1); then verdict=ok; else verdict=FAIL; fi
     row "Bad input" "$(cd "$build" && ctest -N -R BadInput | grep -o 'Total Tests: [0-9]*')" \

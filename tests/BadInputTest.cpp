@@ -33,11 +33,22 @@ TEST_F(BadInput, garbageDateTimesThrowWithoutOverflowingInTheParser) {
     }
 }
 
+// A bound text is refused whole, not run up to the NUL.
+TEST_F(BadInput, nulByteInABoundStatementTextIsRefusedWhole) {
+    exec("CREATE TABLE t (a integer); INSERT INTO t VALUES (1)");
+    const char text[] = "UPDATE t SET a = 9 WHERE a = ?\0DELETE FROM t";
+    EXPECT_THROW(autocommit().execStatement(std::string(text, sizeof text - 1), {dbi::BoundValue::integer(1)}),
+                 dbi::DBIException<dbiresult::DBI_SQL_ERROR>);
+    EXPECT_EQ("1", outside("SELECT group_concat(a) FROM t"));
+}
+
 TEST_F(BadInput, journalRowIdsWithoutDigitsGiveZeroAndHugeOnesSaturate) {
     loadSchema();
     const std::pair<std::string, int> rows[] = {
         {"abc", 0}, {"", 0}, {"99999999999999999999", INT_MAX}, {"-99999999999999999999", INT_MIN},
         {"4294967297", INT_MAX}, {"12", 12},
+        // SQLite keeps an integer text beyond 64 bits as a real: 1.0e+20.
+        {"1.0e+20", INT_MAX}, {"-1.0e+20", INT_MIN},
     };
     dbi::Notify notify;
     std::vector<int> heard, expected;

@@ -72,6 +72,13 @@ TEST_F(Connection, busySetUpIsBusyAndRetriedByStatements) {
     } catch (const dbi::DBIException<dbiresult::DBI_BUSY>& e) {
         EXPECT_STREQ("database is locked", e.what());
     }
+    // Under a lock held throughout, a statement reports busy after its five
+    // tries (pauses of 0, 1, 2 and 3 s), each set-up waiting only briefly.
+    const auto start = boost::chrono::steady_clock::now();
+    EXPECT_THROW(exec("SELECT 1"), dbi::DBIException<dbiresult::DBI_BUSY>);
+    const double seconds = boost::chrono::duration<double>(boost::chrono::steady_clock::now() - start).count();
+    EXPECT_GE(seconds, 6.0);
+    EXPECT_LE(seconds, 8.0);
     boost::thread releaser([holder] {
         boost::this_thread::sleep_for(boost::chrono::milliseconds(1500));
         sqlite3_exec(holder, "COMMIT", nullptr, nullptr, nullptr);

@@ -50,7 +50,10 @@ private:
     mode_t saved;
 };
 
-constexpr int kOpenWaitMilliseconds = 5000;
+// Set-up waits this long for other connections' locks in each try, so a
+// busy set-up still reports within the statement retry budget plus about
+// a second and a half (five tries).
+constexpr int kOpenWaitMilliseconds = 300;
 
 bool isBusyOrLocked(int rc) {
     const int primary = rc & 0xff;
@@ -72,8 +75,8 @@ sqlite3* openAndInitialise() {
     int rc = sqlite3_open_v2(Configure::getDatabaseName().c_str(), &db, Configure::getDatabaseMode(), nullptr);
     if (rc != SQLITE_OK) failOpen(db, rc);
     // Set-up meets other connections' locks (a crashed writer's log being
-    // recovered while many processes open at once); it waits for them, while
-    // statements keep their own retry rule without a busy handler.
+    // recovered while many processes open at once); it waits briefly for
+    // them, while statements keep their own retry rule without a busy handler.
     sqlite3_busy_timeout(db, kOpenWaitMilliseconds);
     for (const char* setup : {"PRAGMA foreign_keys = ON;", "PRAGMA journal_mode = WAL;"}) {
         rc = sqlite3_exec(db, setup, nullptr, nullptr, nullptr);
@@ -359,6 +362,7 @@ void DBManager::execStatement(const std::string& sql, ResultTuple& result, bool 
 
 void DBManager::execStatement(const std::string& sql, const BoundValues& values, ResultTuple& result,
                               bool reconnect) {
+    refuseEmbeddedNul(sql);
     // One captured pointer keeps the attempt within std::function's own
     // storage: no allocation per statement.
     const BoundCall call{sql, values, result};

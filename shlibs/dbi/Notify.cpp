@@ -1,6 +1,8 @@
 #include "dbi/Notify.h"
 
 #include <atomic>
+#include <climits>
+#include <cmath>
 #include <cstdlib>
 #include <stdexcept>
 
@@ -23,6 +25,21 @@ const boost::chrono::seconds kPollInterval(5);
 std::atomic<long long> defaultWakeMicroseconds(0);
 
 long long parseId(const std::string& text) { return std::strtoll(text.c_str(), nullptr, 10); }
+
+// SQLite keeps an integer text beyond 64 bits in an integer column as a real
+// ("1.0e+20"), which read as a decimal prefix would be row 1. No row of int
+// range is meant by a real, so it saturates by its sign; decimal and
+// non-numeric texts read as IntegerField reads them.
+int journalRowId(const IntegerField& rowId) {
+    const std::string& text = rowId.getValue();
+    char* end = nullptr;
+    std::strtoll(text.c_str(), &end, 10);
+    const bool decimal = *end == '\0';
+    if (decimal || text.find_first_not_of("0123456789+-.eE") != std::string::npos) return rowId.getIntValue();
+    const double real = std::strtod(text.c_str(), &end);
+    if (end == text.c_str() || *end != '\0') return rowId.getIntValue();
+    return std::signbit(real) ? INT_MIN : INT_MAX;
+}
 
 boost::posix_time::time_duration checkedWakeInterval(boost::posix_time::time_duration interval) {
     if (interval.is_special() || interval.is_negative())
@@ -79,7 +96,7 @@ void Notify::notifyListeners(std::vector<dbi::library::Event> events) {
     for (const dbi::library::Event& event : events) {
         auto found = listeners.find(event.m_whichTable.getValue() + event.m_actionColumn.getValue());
         if (found == listeners.end()) continue;
-        (*found->second)(event.m_rowId.getIntValue(), event.m_oldValue.getValue(), event.m_newValue.getValue());
+        (*found->second)(journalRowId(event.m_rowId), event.m_oldValue.getValue(), event.m_newValue.getValue());
     }
 }
 

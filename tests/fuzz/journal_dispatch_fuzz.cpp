@@ -5,6 +5,7 @@
 // with the row id read as a decimal clamped to int (0 without digits).
 #include <algorithm>
 #include <climits>
+#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <fstream>
@@ -74,8 +75,14 @@ bool registered(const std::string& name) {
     return false;
 }
 
+// A decimal prefix clamped to int; a whole text in real notation (how
+// SQLite keeps integers beyond 64 bits) saturates by its sign.
 int expectedRowId(const std::string& text) {
-    const long long value = std::strtoll(text.c_str(), nullptr, 10);
+    char* end = nullptr;
+    const long long value = std::strtoll(text.c_str(), &end, 10);
+    const bool realNotation = *end != '\0' && text.find_first_not_of("0123456789+-.eE") == std::string::npos;
+    const double real = realNotation ? std::strtod(text.c_str(), &end) : 0.0;
+    if (realNotation && end != text.c_str() && *end == '\0') return std::signbit(real) ? INT_MIN : INT_MAX;
     return static_cast<int>(std::max<long long>(INT_MIN, std::min<long long>(INT_MAX, value)));
 }
 
@@ -86,9 +93,10 @@ std::string pick(FuzzedDataProvider& input, const std::vector<std::string>& know
 }
 
 std::string rowIdText(FuzzedDataProvider& input) {
-    switch (input.ConsumeIntegralInRange(0, 2)) {
+    switch (input.ConsumeIntegralInRange(0, 3)) {
     case 0: return std::to_string(input.ConsumeIntegral<long long>());
     case 1: return std::string(input.ConsumeIntegralInRange(1, 40), '9');
+    case 2: return std::to_string(input.ConsumeFloatingPoint<double>());
     default: return input.ConsumeRandomLengthString(24);
     }
 }
