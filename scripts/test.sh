@@ -50,3 +50,4 @@ if [ "${DBI_TEST_CROSS:-1}" != 0 ]; then
   timings+=("powerpc under qemu: $((SECONDS - start)) s")
 fi
 printf '%s\n' "${timings[@]}"
+scripts/test-size.sh

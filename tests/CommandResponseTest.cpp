@@ -1,4 +1,8 @@
+#include <sys/wait.h>
+
+#include <boost/chrono.hpp>
 #include <boost/lexical_cast.hpp>
+#include <memory>
 
 #include "support/ChannelSupport.h"
 
@@ -25,7 +29,8 @@ class Channel : public dbitest::SchemaDatabase {
 protected:
     // A responder on its own dispatcher: answers operation 1 from endpoint
     // 1 with result 7, unless told to leave commands accepted only.
-    void startResponder(bool answer) {
+    void startResponder(bool answer, boost::posix_time::time_duration wake = {}) {
+        notify.setWakeInterval(wake);
         helper.registerWithNotify(notify);
         helper.registerListener(
             [this, answer](const CommandResponse& accepted) {
@@ -43,6 +48,7 @@ protected:
 
     void TearDown() override {
         running.reset();
+        dbi::Notify::setDefaultWakeInterval(boost::posix_time::time_duration());
         SchemaDatabase::TearDown();
     }
 
@@ -95,16 +101,60 @@ TEST_F(Channel, eventsAreOneWayRowsInStateNew) {
                      "FROM library_commandresponse"));
 }
 
-TEST_F(Channel, aCommandIsAnsweredBetweenTwoThreads) {
-    startResponder(true);
+// The responder runs on another thread or in another process, each either
+// polling or waking on commits; with fast wake no hop waits for a poll.
+struct RoundTrip {
+    const char* name;
+    bool inAnotherProcess;
+    int wakeMilliseconds;
+};
+
+class CommandRoundTrip : public Channel, public ::testing::WithParamInterface<RoundTrip> {};
+
+TEST_P(CommandRoundTrip, aCommandIsAnswered) {
+    const boost::posix_time::milliseconds wake(GetParam().wakeMilliseconds);
+    std::unique_ptr<dbitest::Responder> process;
+    if (GetParam().inAnotherProcess) {
+#ifdef DBICTL_COMMAND
+        std::vector<std::string> options;
+        if (wake.total_milliseconds() > 0) options = {"--wake", std::to_string(wake.total_milliseconds())};
+        process = std::make_unique<dbitest::Responder>(DBICTL_COMMAND, path, "moved", options);
+        ASSERT_TRUE(process->waitUntilListening());
+#endif
+    } else {
+        startResponder(true, wake);
+    }
+    // The sender's own dispatcher, made inside sendCommand, takes the default.
+    dbi::Notify::setDefaultWakeInterval(wake);
     CommandResponse sent = command(CROperation::INVENTORY);
-    const CommandResponse answer = dbi::sendCommand(sent, boost::posix_time::seconds(30));
+    const auto start = boost::chrono::steady_clock::now();
+    const CommandResponse answer = dbi::sendCommand(sent, boost::posix_time::seconds(40));
+    // Well under the 5-second poll, which is what a missed wake would cost.
+    if (wake.total_milliseconds() > 0) {
+        EXPECT_LT(boost::chrono::steady_clock::now() - start, boost::chrono::seconds(3));
+    }
     EXPECT_EQ(sent.m_id.getValue(), answer.m_id.getValue());
     EXPECT_EQ("3", answer.m_stateId.getValue());
-    EXPECT_EQ("7", answer.m_result.getValue());
     EXPECT_EQ("moved", answer.m_resultString.getValue());
-    EXPECT_EQ(std::vector<std::string>{"2"}, accepted_.texts());
+    if (process) {
+        const int status = process->stop();
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    } else {
+        EXPECT_EQ("7", answer.m_result.getValue());
+        EXPECT_EQ(std::vector<std::string>{"2"}, accepted_.texts());
+    }
 }
+
+const RoundTrip kRoundTrips[] = {
+    {"betweenThreads", false, 0},
+    {"betweenThreadsWithFastWake", false, 5},
+#ifdef DBICTL_COMMAND
+    {"byAnotherProcess", true, 0},
+    {"byAnotherProcessWithFastWake", true, 5},
+#endif
+};
+INSTANTIATE_TEST_SUITE_P(Channel, CommandRoundTrip, ::testing::ValuesIn(kRoundTrips),
+                         [](const auto& trip) { return std::string(trip.param.name); });
 
 TEST_F(Channel, convenienceSendReturnsResultAndText) {
     startResponder(true);

@@ -1,173 +1,292 @@
-#include <sqlite3.h>
-
-#include <algorithm>
 #include <boost/thread/thread.hpp>
 
 #include "support/TestDatabase.h"
 
+using dbi::BoundValue;
+using dbi::DBManager;
+using dbi::ResultTuple;
 using dbitest::StatementTrace;
-using dbitest::TestDatabase;
 
 namespace {
 
-class Statement : public TestDatabase {
+class Statement : public dbitest::BothModes {
+protected:
+    void SetUp() override {
+        BothModes::SetUp();
+        exec("CREATE TABLE t (a integer, b text)");
+    }
+
+    // Another connection to the file, holding the write lock.
+    dbitest::OtherConnection lockingWriter() {
+        dbitest::OtherConnection writer = openOther();
+        EXPECT_EQ(SQLITE_OK, sqlite3_exec(writer.get(), "BEGIN IMMEDIATE", nullptr, nullptr, nullptr));
+        return writer;
+    }
+
+    boost::shared_ptr<sqlite3> useReadOnlyConnection() {
+        boost::shared_ptr<sqlite3> readOnly(openOther(SQLITE_OPEN_READONLY).release(), sqlite3_close);
+        DBManager::swapConnection(readOnly);
+        return readOnly;
+    }
+};
+DBITEST_IN_BOTH_MODES(Statement);
+
+// Statements of the bound form with values, whatever the mode.
+class BoundStatement : public dbitest::TestDatabase {
 protected:
     void SetUp() override {
         TestDatabase::SetUp();
         exec("CREATE TABLE t (a integer, b text)");
     }
 
-    int triesOf(const StatementTrace& trace, const std::string& sql) {
-        return static_cast<int>(std::count(trace.statements().begin(), trace.statements().end(), sql));
+    ResultTuple run(const std::string& sql, const dbi::BoundValues& values) {
+        ResultTuple result;
+        DBManager::execStatement(sql, values, result, false);
+        return result;
     }
 
-    // A second connection to the same file holding the write lock.
-    sqlite3* lockingWriter() {
-        sqlite3* other = nullptr;
-        EXPECT_EQ(SQLITE_OK, sqlite3_open(path.c_str(), &other));
-        EXPECT_EQ(SQLITE_OK, sqlite3_exec(other, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr));
-        return other;
+    static int openStatements(sqlite3* connection) {
+        int count = 0;
+        for (sqlite3_stmt* s = sqlite3_next_stmt(connection, nullptr); s; s = sqlite3_next_stmt(connection, s))
+            ++count;
+        return count;
     }
 };
 
 }  // namespace
 
-TEST_F(Statement, selectReturnsHeaderThenRowsOfText) {
-    exec("INSERT INTO t VALUES (1, 'x'), (2, NULL), (3, 'z')");
-    dbi::ResultTuple result = exec("SELECT a, b FROM t ORDER BY a");
-    ASSERT_EQ(3, result.get<1>());
-    ASSERT_EQ(2, result.get<2>());
-    char** cells = result.get<0>().get();
-    EXPECT_STREQ("a", cells[0]);
-    EXPECT_STREQ("b", cells[1]);
-    EXPECT_STREQ("1", cells[2]);
-    EXPECT_EQ(nullptr, cells[5]);
-    EXPECT_STREQ("z", cells[7]);
-    dbi::ResultTuple none = exec("DELETE FROM t");
-    EXPECT_EQ(0, none.get<1>());
-    EXPECT_EQ(0, none.get<2>());
-}
-
-TEST_F(Statement, busyStatementIsRetriedUntilTheWriterLetsGo) {
-    sqlite3* writer = lockingWriter();
-    boost::thread releaser([writer] {
-        boost::this_thread::sleep_for(boost::chrono::milliseconds(2000));
-        sqlite3_exec(writer, "COMMIT", nullptr, nullptr, nullptr);
-    });
-    StatementTrace trace;
-    const std::string insert = "INSERT INTO t VALUES (7, 'late')";
-    exec(insert);
-    releaser.join();
-    sqlite3_close(writer);
-    // Tries at 0 s, 0 s and 1 s meet the lock; the one at 3 s gets through.
-    EXPECT_EQ(4, triesOf(trace, insert));
-    EXPECT_EQ("1", scalar("SELECT count(*) FROM t WHERE a = 7"));
-}
-
-TEST_F(Statement, busyStatementGivesUpAfterFiveTries) {
-    sqlite3* writer = lockingWriter();
-    StatementTrace trace;
-    const std::string insert = "INSERT INTO t VALUES (8, 'never')";
-    EXPECT_THROW(exec(insert), dbi::DBIException<dbiresult::DBI_BUSY>);
-    EXPECT_EQ(5, triesOf(trace, insert));
-    sqlite3_close(writer);
-}
-
-TEST_F(Statement, constraintViolationIsNotRetried) {
-    exec("CREATE TABLE u (a integer PRIMARY KEY)");
-    exec("INSERT INTO u VALUES (1)");
-    StatementTrace trace;
-    EXPECT_THROW(exec("INSERT INTO u VALUES (1)"), dbi::DBIException<dbiresult::DBI_CONSTRAINT_VIOLATION>);
-    EXPECT_EQ(1, triesOf(trace, "INSERT INTO u VALUES (1)"));
-}
-
-TEST_F(Statement, storageFailureWithoutReconnectDropsTheConnection) {
-    sqlite3* readOnly = nullptr;
-    ASSERT_EQ(SQLITE_OK, sqlite3_open_v2(path.c_str(), &readOnly, SQLITE_OPEN_READONLY, nullptr));
-    dbi::DBManager::swapConnection(boost::shared_ptr<sqlite3>(readOnly, sqlite3_close));
-    dbi::ResultTuple result;
-    EXPECT_THROW(dbi::DBManager::execStatement("INSERT INTO t VALUES (1, 'a')", result, false),
-                 dbi::DBIException<dbiresult::DBI_STORAGE_ERROR>);
-    // The next statement runs on a new, writable connection.
-    EXPECT_EQ(0, sqlite3_db_readonly(dbi::DBManager::getConnection().get(), "main"));
-    exec("INSERT INTO t VALUES (2, 'b')");
-}
-
-TEST_F(Statement, storageFailureInASavepointIsNotRetriedOnAFreshConnection) {
-    sqlite3* readOnly = nullptr;
-    ASSERT_EQ(SQLITE_OK, sqlite3_open_v2(path.c_str(), &readOnly, SQLITE_OPEN_READONLY, nullptr));
-    dbi::DBManager::swapConnection(boost::shared_ptr<sqlite3>(readOnly, sqlite3_close));
-    dbi::ResultTuple result;
-    EXPECT_THROW(dbi::DBManager::execStatement("INSERT INTO t VALUES (1, 'a')", result, true),
-                 dbi::DBIException<dbiresult::DBI_STORAGE_ERROR>);
-    EXPECT_EQ("0", scalar("SELECT count(*) FROM t"));
-}
-
-TEST_F(Statement, staleSnapshotFailsAtOnce) {
-    dbi::Transaction reader(true);
-    reader.execStatement("SELECT count(*) FROM t");
-    sqlite3* other = nullptr;
-    ASSERT_EQ(SQLITE_OK, sqlite3_open(path.c_str(), &other));
-    ASSERT_EQ(SQLITE_OK, sqlite3_exec(other, "INSERT INTO t VALUES (1, 'outside')", nullptr, nullptr, nullptr));
-    sqlite3_close(other);
-
-    StatementTrace trace;
-    const std::string insert = "INSERT INTO t VALUES (2, 'stale')";
-    const auto start = boost::chrono::steady_clock::now();
-    EXPECT_THROW(reader.execStatement(insert), dbi::DBIException<dbiresult::DBI_BUSY>);
-    EXPECT_LT(boost::chrono::steady_clock::now() - start, boost::chrono::seconds(3));
-    EXPECT_EQ(1, triesOf(trace, insert));
-    reader.rollback();
-    exec(insert);  // a new transaction sees the outside row and can write
-    EXPECT_EQ("2", scalar("SELECT count(*) FROM t"));
-}
-
-TEST_F(Statement, lastRowIdIsDecimalTextOfTheLastInsert) {
-    dbi::Transaction& autocommit = dbi::Transaction::getDefaultTransaction();
-    autocommit.execStatement("CREATE TABLE r (id integer PRIMARY KEY)");
-    autocommit.execStatement("INSERT INTO r VALUES (42)");
-    EXPECT_EQ("42", autocommit.lastRowId());
-    // Row ids are 64-bit even where long is 32 bits wide.
-    autocommit.execStatement("INSERT INTO r VALUES (5000000000)");
-    EXPECT_EQ("5000000000", dbi::DBManager::lastRowId());
-}
-
 // Results keep the layout, counts and failures of sqlite3_get_table, which
-// statements used to go through; both run the same read-only texts here.
-TEST_F(Statement, resultsAndFailuresMatchSqliteGetTable) {
-    exec("INSERT INTO t VALUES (1, 'x'), (2, NULL), (3, '')");
-    sqlite3* db = dbi::DBManager::getConnection().get();
-    const std::string texts[] = {"SELECT a, b FROM t ORDER BY a",
-                                 "SELECT a FROM t WHERE a > 5",
-                                 "SELECT a, b FROM t WHERE a = 1; SELECT b, a FROM t WHERE a > 1",
-                                 "SELECT a FROM t WHERE a > 5; SELECT b FROM t",
-                                 "SELECT a FROM t; SELECT a, b FROM t",
-                                 "PRAGMA empty_result_callbacks = 1",
-                                 "SELECT a FROM t WHERE a > 5; SELECT a, b FROM t WHERE a = 1",
-                                 "SELECT nothing FROM t"};
-    for (const std::string& sql : texts) {
+// statements used to go through. A bound text must hold one statement.
+TEST_P(Statement, resultsAndFailuresMatchSqliteGetTable) {
+    exec("INSERT INTO t VALUES (-9223372036854775808, 'x'), (9223372036854775807, NULL), (0, ''), "
+         "(2.5, x''), (1e300, x'41'), (-0.1, 'caf\xc3\xa9'), (NULL, 7)");
+    sqlite3* db = DBManager::getConnection().get();
+    const struct {
+        std::string sql;
+        bool several;
+    } texts[] = {{"SELECT a, b AS renamed FROM t ORDER BY rowid", false},
+                 {"SELECT a FROM t WHERE a > 5e300", false},
+                 {"SELECT nothing FROM t", false},
+                 {"SELECT a, b FROM t WHERE a = 0; SELECT b, a FROM t WHERE a > 1", true},
+                 {"SELECT a FROM t WHERE a > 5e300; SELECT b FROM t", true},
+                 {"SELECT a FROM t; SELECT a, b FROM t", true},
+                 {"PRAGMA empty_result_callbacks = 1", false},
+                 {"SELECT a FROM t WHERE a > 5e300; SELECT a, b FROM t WHERE a = 0", true}};
+    for (const auto& text : texts) {
+        SCOPED_TRACE(text.sql);
+        if (bound() && text.several) {
+            EXPECT_THROW(run(text.sql), dbi::DBIException<dbiresult::DBI_SQL_ERROR>);
+            continue;
+        }
         char** expected = nullptr;
         int rows = -1, columns = -1;
-        const int rc = sqlite3_get_table(db, sql.c_str(), &expected, &rows, &columns, nullptr);
+        const int rc = sqlite3_get_table(db, text.sql.c_str(), &expected, &rows, &columns, nullptr);
         const std::string expectedError = rc == SQLITE_OK ? "" : sqlite3_errmsg(db);
         try {
-            dbi::ResultTuple result = exec(sql);
-            ASSERT_EQ(SQLITE_OK, rc) << sql;
-            ASSERT_EQ(rows, result.get<1>()) << sql;
-            ASSERT_EQ(columns, result.get<2>()) << sql;
+            ResultTuple result = run(text.sql);
+            ASSERT_EQ(SQLITE_OK, rc);
+            ASSERT_EQ(rows, result.get<1>());
+            ASSERT_EQ(columns, result.get<2>());
             char** cells = result.get<0>().get();
-            ASSERT_NE(nullptr, cells) << sql;
+            ASSERT_NE(nullptr, cells);
             for (int i = 0; i < (rows + 1) * columns; ++i) {
-                ASSERT_EQ(expected[i] == nullptr, cells[i] == nullptr) << sql << " cell " << i;
-                if (expected[i]) {
-                    EXPECT_STREQ(expected[i], cells[i]) << sql << " cell " << i;
-                }
+                EXPECT_STREQ(expected[i], cells[i]) << "cell " << i;
             }
         } catch (const dbi::DBIBaseException& e) {
-            EXPECT_NE(SQLITE_OK, rc) << sql;
-            EXPECT_EQ(expectedError, sqlite3_errmsg(db)) << sql;
+            EXPECT_NE(SQLITE_OK, rc);
             EXPECT_NE(std::string(e.what()).find(expectedError), std::string::npos) << e.what();
         }
         sqlite3_free_table(expected);
     }
+}
+
+TEST_P(Statement, failuresCarryTheStatementAndSqlitesTextAndAreNotRetried) {
+    sqlite3_create_function(
+        DBManager::getConnection().get(), "fail", 0, SQLITE_UTF8, nullptr,
+        [](sqlite3_context* context, int, sqlite3_value**) { sqlite3_result_error(context, "went wrong\n", -1); },
+        nullptr, nullptr);
+    exec("CREATE TABLE u (a integer PRIMARY KEY); INSERT INTO u VALUES (1)");
+    const std::string longText = "SELECT " + std::string(2000, ' ') + "nosuchcolumn";
+    const std::string longMessage = longText + " no such column: nosuchcolumn";
+    const struct {
+        std::string sql, message;
+        dbiresult::dbi_errors code;
+    } failures[] = {
+        {"INSERT INTO u VALUES (1)", "INSERT INTO u VALUES (1) UNIQUE constraint failed: u.a",
+         dbiresult::DBI_CONSTRAINT_VIOLATION},
+        {"INSERT INTO missing VALUES (1)", "INSERT INTO missing VALUES (1) no such table: missing",
+         dbiresult::DBI_SQL_ERROR},
+        // The trailing line feed of SQLite's text ends the message.
+        {"SELECT fail()", "SELECT fail() went wrong", dbiresult::DBI_SQL_ERROR},
+        // Long messages keep their last 930 characters.
+        {longText, longMessage.substr(longMessage.size() - 930), dbiresult::DBI_SQL_ERROR},
+    };
+    for (const auto& failure : failures) {
+        StatementTrace trace;
+        try {
+            run(failure.sql);
+            ADD_FAILURE() << failure.sql << " ran";
+        } catch (const dbi::DBIBaseException& e) {
+            EXPECT_EQ(failure.code, e.getCode()) << failure.sql;
+            EXPECT_EQ(failure.message, e.what());
+        }
+        EXPECT_GE(1, trace.count(failure.sql));
+    }
+}
+
+TEST_P(Statement, busyStatementIsRetriedUntilTheWriterLetsGo) {
+    dbitest::OtherConnection writer = lockingWriter();
+    boost::thread releaser([&writer] {
+        boost::this_thread::sleep_for(boost::chrono::milliseconds(2000));
+        sqlite3_exec(writer.get(), "COMMIT", nullptr, nullptr, nullptr);
+    });
+    StatementTrace trace;
+    const std::string insert = "INSERT INTO t VALUES (7, 'late')";
+    run(insert);
+    releaser.join();
+    // Tries at 0 s, 0 s and 1 s meet the lock; the one at 3 s gets through.
+    EXPECT_EQ(4, trace.count(insert));
+    EXPECT_EQ("1", outside("SELECT count(*) FROM t WHERE a = 7"));
+}
+
+TEST_P(Statement, busyStatementGivesUpAfterFiveTries) {
+    dbitest::OtherConnection writer = lockingWriter();
+    StatementTrace trace;
+    const std::string insert = "INSERT INTO t VALUES (8, 'never')";
+    EXPECT_THROW(run(insert), dbi::DBIException<dbiresult::DBI_BUSY>);
+    EXPECT_EQ(5, trace.count(insert));
+}
+
+TEST_P(Statement, storageFailureDropsTheConnectionWithItsStatements) {
+    boost::shared_ptr<sqlite3> readOnly = useReadOnlyConnection();
+    run("SELECT a FROM t");
+    EXPECT_THROW(run("INSERT INTO t VALUES (1, 'a')"), dbi::DBIException<dbiresult::DBI_STORAGE_ERROR>);
+    EXPECT_EQ(nullptr, sqlite3_next_stmt(readOnly.get(), nullptr));
+    // The next statement runs on a new, writable connection.
+    run("INSERT INTO t VALUES (2, 'b')");
+    EXPECT_NE(readOnly, DBManager::getConnection());
+    EXPECT_EQ("1", outside("SELECT count(*) FROM t WHERE a = 2"));
+}
+
+TEST_P(Statement, staleSnapshotFailsAtOnce) {
+    dbi::Transaction reader(true);
+    run("SELECT count(*) FROM t", reader);
+    outside("INSERT INTO t VALUES (1, 'outside')");
+    StatementTrace trace;
+    const std::string insert = "INSERT INTO t VALUES (2, 'stale')";
+    const auto start = boost::chrono::steady_clock::now();
+    EXPECT_THROW(run(insert, reader), dbi::DBIException<dbiresult::DBI_BUSY>);
+    EXPECT_LT(boost::chrono::steady_clock::now() - start, boost::chrono::seconds(3));
+    EXPECT_EQ(1, trace.count(insert));
+    reader.rollback();
+    run(insert);  // a new transaction sees the outside row and can write
+    EXPECT_EQ("2", scalar("SELECT count(*) FROM t"));
+}
+
+// Row ids are 64-bit even where long is 32 bits wide.
+TEST_P(Statement, lastRowIdIsDecimalTextOfTheLastInsertBeyond32Bits) {
+    run("INSERT INTO t (rowid, a) VALUES (42, 1)");
+    EXPECT_EQ("42", autocommit().lastRowId());
+    run("INSERT INTO t (rowid, a) VALUES (5000000000, 1)");
+    EXPECT_EQ("5000000000", DBManager::lastRowId());
+}
+
+TEST_F(BoundStatement, resultOutlivesTheStatementsNextUseAndFailuresKeepItReady) {
+    run("INSERT INTO t VALUES (?, ?)", {BoundValue::integer(1), BoundValue::text("first")});
+    run("INSERT INTO t VALUES (?, ?)", {BoundValue::integer(2), BoundValue::text("second")});
+    ResultTuple first = run("SELECT b FROM t WHERE a = ?", {BoundValue::integer(1)});
+    ResultTuple second = run("SELECT b FROM t WHERE a = ?", {BoundValue::integer(2)});
+    EXPECT_STREQ("first", first.get<0>().get()[1]);
+    EXPECT_STREQ("second", second.get<0>().get()[1]);
+    try {
+        run("INSERT INTO missing VALUES (?)", {BoundValue::integer(1)});
+        ADD_FAILURE() << "no exception";
+    } catch (const dbi::DBIException<dbiresult::DBI_SQL_ERROR>& e) {
+        EXPECT_STREQ("INSERT INTO missing VALUES (?) no such table: missing", e.what());
+    }
+    EXPECT_THROW(run("INSERT INTO t VALUES (?, ?)", {BoundValue::integer(1)}),
+                 dbi::DBIException<dbiresult::DBI_MISUSE>);
+    run("INSERT INTO t VALUES (?, ?)", {BoundValue::integer(3), BoundValue()});
+    EXPECT_EQ("1", scalar("SELECT count(*) FROM t WHERE a = 3 AND b IS NULL"));
+}
+
+TEST_F(BoundStatement, aTextWithSeveralStatementsIsRefusedWhole) {
+    EXPECT_THROW(run("INSERT INTO t VALUES (?, 'a'); DELETE FROM t", {BoundValue::integer(1)}),
+                 dbi::DBIException<dbiresult::DBI_SQL_ERROR>);
+    EXPECT_THROW(run("INSERT INTO t VALUES (?, 'a'); garbage", {BoundValue::integer(1)}),
+                 dbi::DBIException<dbiresult::DBI_SQL_ERROR>);
+    run("INSERT INTO t VALUES (?, 'b'); -- a comment\n ;  ", {BoundValue::integer(2)});
+    EXPECT_EQ(0, run(" -- nothing to run", {}).get<1>());
+    EXPECT_EQ("2", outside("SELECT group_concat(a) FROM t"));
+}
+
+TEST_F(BoundStatement, cacheIsBoundedAndReusesStatements) {
+    for (int i = 0; i < 100; ++i) run("SELECT a FROM t WHERE a = ? + " + std::to_string(i), {BoundValue::integer(i)});
+    sqlite3* connection = DBManager::getConnection().get();
+    const int cached = openStatements(connection);
+    EXPECT_GT(cached, 0);
+    EXPECT_LT(cached, 100);
+    run("SELECT a FROM t WHERE a = ? + 99", {BoundValue::integer(1)});
+    EXPECT_EQ(cached, openStatements(connection));
+}
+
+// Nothing may be left to refuse the close when the last holder lets go.
+TEST_F(BoundStatement, swapAndThreadEndFinalizeTheStatementsOfTheConnection) {
+    run("SELECT a FROM t WHERE a = ?", {BoundValue::integer(1)});
+    boost::shared_ptr<sqlite3> held = DBManager::swapConnection(boost::shared_ptr<sqlite3>());
+    EXPECT_EQ(nullptr, sqlite3_next_stmt(held.get(), nullptr));
+    // A swapped-in connection gets statements of its own.
+    DBManager::swapConnection(held);
+    run("SELECT a FROM t WHERE a = ?", {BoundValue::integer(1)});
+    EXPECT_NE(nullptr, sqlite3_next_stmt(held.get(), nullptr));
+    boost::thread worker([&] {
+        run("INSERT INTO t VALUES (?, ?)", {BoundValue::integer(5), BoundValue::text("w")});
+        held = DBManager::getConnection();
+    });
+    worker.join();
+    EXPECT_EQ(nullptr, sqlite3_next_stmt(held.get(), nullptr));
+    EXPECT_EQ("1", scalar("SELECT count(*) FROM t WHERE a = 5"));
+}
+
+TEST(BoundValueOf, integerColumnsBindOnlyWholeDecimalNumbers) {
+    const std::pair<std::string, long long> accepted[] = {
+        {"0", 0}, {"+5", 5}, {"-5", -5}, {"007", 7},
+        {"9223372036854775807", 9223372036854775807LL}, {"-9223372036854775808", -9223372036854775807LL - 1}};
+    for (const auto& [text, number] : accepted) {
+        dbi::IntegerField field("n");
+        field = text;
+        EXPECT_EQ(BoundValue::integer(number), BoundValue::of(field)) << text;
+    }
+    const std::string refused[] = {"", "+", "-", "+-5", "--5", " 5", "5 ", "1e3", "0x10", "1.0",
+                                   "9223372036854775808", std::string("1\0", 2), "1 OR 1"};
+    for (const std::string& text : refused) {
+        dbi::IntegerField field("n");
+        field = text;
+        EXPECT_THROW(BoundValue::of(field), dbi::DBIException<dbiresult::DBI_SQL_ERROR>) << text;
+    }
+}
+
+TEST_F(BoundStatement, sqliteResultsMapToTheirCodes) {
+    const std::pair<int, dbiresult::dbi_errors> mapping[] = {
+        {SQLITE_ERROR, dbiresult::DBI_SQL_ERROR},          {SQLITE_MISMATCH, dbiresult::DBI_SQL_ERROR},
+        {SQLITE_PERM, dbiresult::DBI_PERMISSION_DENIED},   {SQLITE_BUSY, dbiresult::DBI_BUSY},
+        {SQLITE_INTERRUPT, dbiresult::DBI_BUSY},           {SQLITE_LOCKED, dbiresult::DBI_UNKNOWN_ERROR},
+        {SQLITE_NOMEM, dbiresult::DBI_UNKNOWN_ERROR},      {SQLITE_READONLY, dbiresult::DBI_STORAGE_ERROR},
+        {SQLITE_IOERR, dbiresult::DBI_STORAGE_ERROR},      {SQLITE_FULL, dbiresult::DBI_STORAGE_ERROR},
+        {SQLITE_CANTOPEN, dbiresult::DBI_STORAGE_ERROR},   {SQLITE_EMPTY, dbiresult::DBI_STORAGE_ERROR},
+        {SQLITE_AUTH, dbiresult::DBI_STORAGE_ERROR},       {SQLITE_NOTADB, dbiresult::DBI_STORAGE_ERROR},
+        {SQLITE_TOOBIG, dbiresult::DBI_TOO_BIG},           {SQLITE_CONSTRAINT, dbiresult::DBI_CONSTRAINT_VIOLATION},
+        {SQLITE_MISUSE, dbiresult::DBI_MISUSE},            {SQLITE_OK, dbiresult::DBI_UNKNOWN_ERROR},
+        {27, dbiresult::DBI_UNKNOWN_ERROR},                {-1, dbiresult::DBI_UNKNOWN_ERROR},
+    };
+    for (const auto& [result, code] : mapping) {
+        try {
+            dbi::throwException(result, DBManager::getConnection(), "SELECT 1");
+            ADD_FAILURE() << "nothing thrown for " << result;
+        } catch (const std::runtime_error& e) {
+            EXPECT_EQ(code, dynamic_cast<const dbi::DBIBaseException&>(e).getCode()) << "result " << result;
+        }
+    }
+    ::testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_DEATH(dbi::throwException(SQLITE_CORRUPT, DBManager::getConnection(), "SELECT 1"), "");
 }

@@ -1,35 +1,22 @@
-#include <sqlite3.h>
-
 #include <memory>
 #include <regex>
+#include <set>
 
 #include "support/TestDatabase.h"
 
+using dbitest::Statements;
 using dbitest::StatementTrace;
-using dbitest::TestDatabase;
-using Statements = std::vector<std::string>;
 
 namespace {
 
-class Transactions : public TestDatabase {
+class Transactions : public dbitest::BothModes {
 protected:
     void SetUp() override {
-        TestDatabase::SetUp();
+        BothModes::SetUp();
         exec("CREATE TABLE t (a integer)");
     }
 
-    // What another connection to the file sees committed.
-    std::string committedCount() {
-        sqlite3* other = nullptr;
-        sqlite3_open(path.c_str(), &other);
-        char** table = nullptr;
-        int rows = 0, columns = 0;
-        sqlite3_get_table(other, "SELECT count(*) FROM t", &table, &rows, &columns, nullptr);
-        std::string count = table[1];
-        sqlite3_free_table(table);
-        sqlite3_close(other);
-        return count;
-    }
+    std::string committedCount() const { return outside("SELECT count(*) FROM t"); }
 
     // Makes every further write on this thread's connection fail as storage.
     void makeConnectionReadOnly() {
@@ -46,18 +33,26 @@ protected:
             EXPECT_NE(std::string::npos, std::string(e.what()).find("lost with its connection")) << e.what();
         }
     }
+
+    static dbi::RetryPolicy quick() {
+        dbi::RetryPolicy policy;
+        policy.firstPause = boost::posix_time::milliseconds(1);
+        policy.maxPause = boost::posix_time::milliseconds(5);
+        return policy;
+    }
 };
+DBITEST_IN_BOTH_MODES(Transactions);
 
 }  // namespace
 
-TEST_F(Transactions, nestedHandlesReleaseInnerFirstAndCommitAtTheOutermost) {
+TEST_P(Transactions, nestedHandlesReleaseInnerFirstAndCommitAtTheOutermost) {
     StatementTrace trace;
     dbi::Transaction outer(true);
-    outer.execStatement("INSERT INTO t VALUES (1)");
+    run("INSERT INTO t VALUES (1)", outer);
     std::string innerName;
     {
         dbi::Transaction inner(true);
-        inner.execStatement("INSERT INTO t VALUES (2)");
+        run("INSERT INTO t VALUES (2)", inner);
         innerName = inner.getSavepointName();
         inner.release();
     }
@@ -68,18 +63,11 @@ TEST_F(Transactions, nestedHandlesReleaseInnerFirstAndCommitAtTheOutermost) {
                           "INSERT INTO t VALUES (2)", "RELEASE SAVEPOINT " + innerName,
                           "RELEASE SAVEPOINT FIRST_SAVEPOINT"}),
               trace.statements());
+    // Nested names are UTC times with microseconds.
+    EXPECT_TRUE(std::regex_match(innerName, std::regex("TIME_[0-9]{8}T[0-9]{6}([0-9]{6})?"))) << innerName;
 }
 
-TEST_F(Transactions, nestedNamesAreUtcTimesWithMicroseconds) {
-    dbi::Transaction outer(false), inner(false);
-    outer.begin();
-    inner.begin();
-    EXPECT_EQ("FIRST_SAVEPOINT", outer.getSavepointName());
-    EXPECT_TRUE(std::regex_match(inner.getSavepointName(), std::regex("TIME_[0-9]{8}T[0-9]{6}([0-9]{6})?")))
-        << inner.getSavepointName();
-}
-
-TEST_F(Transactions, releasingOutOfOrderThrowsAndChangesNothing) {
+TEST_P(Transactions, releasingOutOfOrderThrowsAndChangesNothing) {
     dbi::Transaction outer(true);
     outer.begin();
     dbi::Transaction inner(true);
@@ -97,69 +85,55 @@ TEST_F(Transactions, releasingOutOfOrderThrowsAndChangesNothing) {
     EXPECT_EQ(2u, dbi::TransactionMgr::get()->depth());
 }
 
-TEST_F(Transactions, innerHandleLeftWithoutReleaseRollsBackOnlyItsOwnWork) {
-    dbi::Transaction outer(true);
-    outer.execStatement("INSERT INTO t VALUES (1)");
+TEST_P(Transactions, handlesLeftWithoutReleaseRollBackTheirOwnWork) {
     StatementTrace trace;
     std::string innerName;
     {
-        dbi::Transaction inner(true);
-        inner.execStatement("INSERT INTO t VALUES (2)");
-        innerName = inner.getSavepointName();
-    }
-    outer.release();
-    EXPECT_EQ((Statements{"SAVEPOINT " + innerName, "INSERT INTO t VALUES (2)", "ROLLBACK TO " + innerName,
-                          "RELEASE SAVEPOINT " + innerName, "RELEASE SAVEPOINT FIRST_SAVEPOINT"}),
-              trace.statements());
-    EXPECT_EQ("1", committedCount());
-}
-
-TEST_F(Transactions, outermostHandleLeftWithoutReleaseRollsEverythingBack) {
-    StatementTrace trace;
-    {
         dbi::Transaction outer(true);
-        outer.execStatement("INSERT INTO t VALUES (1)");
-        outer.execStatement("INSERT INTO t VALUES (2)");
+        run("INSERT INTO t VALUES (1)", outer);
+        {
+            dbi::Transaction inner(true);
+            run("INSERT INTO t VALUES (2)", inner);
+            innerName = inner.getSavepointName();
+        }
+        EXPECT_EQ(1u, dbi::TransactionMgr::get()->depth());
     }
-    EXPECT_EQ((Statements{"SAVEPOINT FIRST_SAVEPOINT", "INSERT INTO t VALUES (1)", "INSERT INTO t VALUES (2)",
+    EXPECT_EQ((Statements{"SAVEPOINT FIRST_SAVEPOINT", "INSERT INTO t VALUES (1)", "SAVEPOINT " + innerName,
+                          "INSERT INTO t VALUES (2)", "ROLLBACK TO " + innerName, "RELEASE SAVEPOINT " + innerName,
                           "ROLLBACK"}),
               trace.statements());
     EXPECT_EQ("0", committedCount());
     EXPECT_EQ(0u, dbi::TransactionMgr::get()->depth());
 }
 
-TEST_F(Transactions, idleHandlesAndTheDefaultTransactionRunNoSavepoint) {
+TEST_P(Transactions, idleAndDefaultTransactionsRunNoSavepointAndReleasedHandlesOpenAgain) {
     StatementTrace trace;
     {
         dbi::Transaction idle(false);
         idle.release();
         idle.rollback();
-        idle.execStatement("INSERT INTO t VALUES (1)");
+        run("INSERT INTO t VALUES (1)", idle);
     }
-    dbi::Transaction::getDefaultTransaction().execStatement("INSERT INTO t VALUES (2)");
+    run("INSERT INTO t VALUES (2)");
     EXPECT_EQ((Statements{"INSERT INTO t VALUES (1)", "INSERT INTO t VALUES (2)"}), trace.statements());
-    EXPECT_EQ("2", committedCount());
-}
-
-TEST_F(Transactions, aReleasedHandleCanBeOpenedAgain) {
     dbi::Transaction handle(true);
-    handle.execStatement("INSERT INTO t VALUES (1)");
+    run("INSERT INTO t VALUES (3)", handle);
     handle.release();
-    handle.execStatement("INSERT INTO t VALUES (2)");
+    run("INSERT INTO t VALUES (4)", handle);
     EXPECT_EQ("FIRST_SAVEPOINT", handle.getSavepointName());
     handle.rollback();
-    EXPECT_EQ("1", committedCount());
+    EXPECT_EQ("3", committedCount());
 }
 
-TEST_F(Transactions, storageFailureLosesTheWholeTransactionAndNothingOfItCommits) {
+TEST_P(Transactions, storageFailureLosesTheWholeTransactionAndNothingOfItCommits) {
     boost::shared_ptr<sqlite3> heldCopy = dbi::DBManager::getConnection();
     dbi::Transaction handle(true);
-    handle.execStatement("INSERT INTO t VALUES (1)");
+    run("INSERT INTO t VALUES (1)", handle);
     makeConnectionReadOnly();
     StatementTrace trace;
-    EXPECT_THROW(handle.execStatement("INSERT INTO t VALUES (2)"), dbi::DBIException<dbiresult::DBI_STORAGE_ERROR>);
+    EXPECT_THROW(run("INSERT INTO t VALUES (2)", handle), dbi::DBIException<dbiresult::DBI_STORAGE_ERROR>);
     EXPECT_EQ((Statements{"INSERT INTO t VALUES (2)", "ROLLBACK"}), trace.statements());
-    EXPECT_THROW(handle.execStatement("INSERT INTO t VALUES (3)"), dbi::DBIException<dbiresult::DBI_STORAGE_ERROR>);
+    EXPECT_THROW(run("INSERT INTO t VALUES (3)", handle), dbi::DBIException<dbiresult::DBI_STORAGE_ERROR>);
     expectLost(handle);
     EXPECT_EQ("0", committedCount());
     // Rolled back on the failing connection itself, although a copy keeps it open.
@@ -169,25 +143,105 @@ TEST_F(Transactions, storageFailureLosesTheWholeTransactionAndNothingOfItCommits
     EXPECT_FALSE(handle.isOpen());
 
     dbi::Transaction next(true);
-    next.execStatement("INSERT INTO t VALUES (4)");
+    run("INSERT INTO t VALUES (4)", next);
     EXPECT_EQ("FIRST_SAVEPOINT", next.getSavepointName());
     next.release();
     EXPECT_EQ("1", committedCount());
 }
 
-TEST_F(Transactions, everyHandleOfALostTransactionKnowsIt) {
+TEST_P(Transactions, everyHandleOfALostTransactionKnowsIt) {
     auto outer = std::make_unique<dbi::Transaction>(true);
-    outer->execStatement("INSERT INTO t VALUES (1)");
+    run("INSERT INTO t VALUES (1)", *outer);
     auto inner = std::make_unique<dbi::Transaction>(true);
-    inner->execStatement("INSERT INTO t VALUES (2)");
+    run("INSERT INTO t VALUES (2)", *inner);
     makeConnectionReadOnly();
     // A statement of the thread outside either handle still belongs to the transaction.
-    EXPECT_THROW(exec("INSERT INTO t VALUES (3)"), dbi::DBIException<dbiresult::DBI_STORAGE_ERROR>);
+    EXPECT_THROW(run("INSERT INTO t VALUES (3)"), dbi::DBIException<dbiresult::DBI_STORAGE_ERROR>);
     EXPECT_EQ(0u, dbi::TransactionMgr::get()->depth());
     expectLost(*inner);
     expectLost(*outer);
     inner.reset();
     outer.reset();
-    exec("INSERT INTO t VALUES (5)");
+    run("INSERT INTO t VALUES (5)");
     EXPECT_EQ("1", committedCount());
+}
+
+TEST_P(Transactions, retriedWorkMeetingAStaleSnapshotOrLosingItsConnectionRunsAgainAndCommitsOnce) {
+    int runs = 0;
+    const std::string seen = dbi::retryTransaction(
+        [&](dbi::Transaction& transaction) {
+            ++runs;
+            const dbi::ResultTuple count = run("SELECT count(*) FROM t", transaction);
+            if (runs == 1) outside("INSERT INTO t VALUES (100)");
+            run("INSERT INTO t VALUES (1)", transaction);
+            return std::string(count.get<0>().get()[1]);
+        },
+        quick());
+    EXPECT_EQ(2, runs);
+    EXPECT_EQ("1", seen);  // the second run read the outside row
+    runs = 0;
+    dbi::retryTransaction(
+        [&](dbi::Transaction& transaction) {
+            run("INSERT INTO t VALUES (2)", transaction);
+            if (++runs == 1) makeConnectionReadOnly();
+            run("INSERT INTO t VALUES (3)", transaction);
+        },
+        quick());
+    EXPECT_EQ(2, runs);
+    EXPECT_EQ("100,1,2,3", outside("SELECT a FROM t ORDER BY rowid"));
+}
+
+TEST_P(Transactions, retryGivesUpAfterTheLastAttemptAndPassesOtherFailuresAtOnce) {
+    int runs = 0;
+    EXPECT_THROW(dbi::retryTransaction(
+                     [&](dbi::Transaction& transaction) {
+                         run("INSERT INTO t VALUES (1)", transaction);
+                         ++runs;
+                         throw dbi::DBIException<dbiresult::DBI_BUSY>("contended");
+                     },
+                     quick()),
+                 dbi::DBIException<dbiresult::DBI_BUSY>);
+    EXPECT_EQ(5, runs);
+    runs = 0;
+    EXPECT_THROW(dbi::retryTransaction([&](dbi::Transaction& transaction) {
+                     ++runs;
+                     run("INSERT INTO nowhere VALUES (1)", transaction);
+                 }),
+                 dbi::DBIException<dbiresult::DBI_SQL_ERROR>);
+    EXPECT_EQ(1, runs);
+    EXPECT_EQ("0", committedCount());
+    EXPECT_EQ(0u, dbi::TransactionMgr::get()->depth());
+}
+
+TEST_P(Transactions, retryInsideAnOpenTransactionRunsOnceNested) {
+    dbi::Transaction outer(true);
+    run("INSERT INTO t VALUES (1)", outer);
+    int runs = 0;
+    EXPECT_THROW(dbi::retryTransaction([&](dbi::Transaction& transaction) {
+                     ++runs;
+                     EXPECT_NE("FIRST_SAVEPOINT", transaction.getSavepointName());
+                     throw dbi::DBIException<dbiresult::DBI_BUSY>("contended");
+                 }),
+                 dbi::DBIException<dbiresult::DBI_BUSY>);
+    EXPECT_EQ(1, runs);
+    EXPECT_EQ(2, dbi::retryTransaction([this](dbi::Transaction& transaction) {
+                  run("INSERT INTO t VALUES (2)", transaction);
+                  return 2;
+              }));
+    outer.release();
+    EXPECT_EQ("2", committedCount());
+}
+
+TEST(RetryPause, growsTowardsTheCeilingAndVaries) {
+    dbi::RetryPolicy policy;
+    std::set<long long> pauses;
+    for (int retry = 1; retry <= 12; ++retry) {
+        const long long ceiling =
+            std::min(policy.firstPause.total_microseconds() << (retry - 1), policy.maxPause.total_microseconds());
+        const long long pause = dbi::detail::retryPause(policy, retry).total_microseconds();
+        EXPECT_GE(pause, ceiling / 2) << retry;
+        EXPECT_LE(pause, ceiling) << retry;
+    }
+    for (int i = 0; i < 20; ++i) pauses.insert(dbi::detail::retryPause(policy, 3).total_microseconds());
+    EXPECT_GT(pauses.size(), 1u);
 }

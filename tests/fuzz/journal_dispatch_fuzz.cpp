@@ -7,7 +7,6 @@
 #include <climits>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -16,7 +15,6 @@
 #include <vector>
 
 #include <sqlite3.h>
-#include <stdlib.h>
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <dbi/dbi.h>
@@ -40,32 +38,18 @@ const Key kKeys[] = {
 };
 
 std::vector<Delivery> delivered;
-std::string databaseDirectory;
 
 void check(bool condition) {
     if (!condition) std::abort();
 }
 
-void removeDatabase() {
-    for (const char* suffix : {"", "-wal", "-shm"}) std::remove((databaseDirectory + "/journal.db" + suffix).c_str());
-    std::remove(databaseDirectory.c_str());
-}
-
-// Priming the dispatcher reads the journal, so it needs a database.
+// Priming the dispatcher reads the journal, so it needs the schema.
 void createDatabase() {
-    char directory[] = "/tmp/dbi-fuzz-XXXXXX";
-    check(mkdtemp(directory) != nullptr);
-    databaseDirectory = directory;
-    std::atexit(removeDatabase);
-    const std::string path = databaseDirectory + "/journal.db";
-    sqlite3* db = nullptr;
-    check(sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr) == SQLITE_OK);
+    dbi::Configure::setOptions(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
     std::ifstream schemaFile(DBI_SCHEMA_FILE);
     std::stringstream schema;
     schema << schemaFile.rdbuf();
-    check(sqlite3_exec(db, schema.str().c_str(), nullptr, nullptr, nullptr) == SQLITE_OK);
-    sqlite3_close(db);
-    dbi::Configure::setOptions(path, SQLITE_OPEN_READWRITE);
+    dbi::Transaction::getDefaultTransaction().execStatement(schema.str());
 }
 
 dbi::Notify& dispatcher() {

@@ -1,6 +1,7 @@
 // Result tables into records: a table shaped like SQLite's (a header row of
 // column names, then rows of cells, NULL for NULL) is built from the input
-// and turned into records of a few classes; every field is then read through
+// and turned into records of a few classes (the tests' record with one
+// column of every field kind among them); every field is then read through
 // its typed accessors. Each named column's last non-NULL cell must be the
 // field's text, every other field stays unknown.
 #include <cstdint>
@@ -13,29 +14,7 @@
 #include <boost/date_time/posix_time/posix_time.hpp>
 #include <fuzzer/FuzzedDataProvider.h>
 
-#include <dbi/dbi.h>
-
-namespace fuzz {
-
-// One column of every field kind, the three number arrays included.
-#define FUZZ_SAMPLE_COLUMNS(COLUMN, C)                       \
-    COLUMN(C, IntegerField, id, "id")                        \
-    COLUMN(C, CharField, name, "name")                       \
-    COLUMN(C, BigIntegerField, serial, "serial")             \
-    COLUMN(C, BooleanField, enabled, "enabled")              \
-    COLUMN(C, DateTimeField, seenAt, "seen_at")              \
-    COLUMN(C, ByteArrayField, payload, "payload")            \
-    COLUMN(C, NumberArrayField<short>, shorts, "shorts")     \
-    COLUMN(C, NumberArrayField<int>, ints, "ints")           \
-    COLUMN(C, NumberArrayField<long long>, longs, "longs")   \
-    COLUMN(C, ForeignKey<Sample>, parentId, "parent_id")
-
-class Sample : public dbi::Table<Sample> {
-    DBI_RECORD(Sample, FUZZ_SAMPLE_COLUMNS)
-};
-DBI_RECORD_DEFINE(Sample, "fuzz_sample", FUZZ_SAMPLE_COLUMNS)
-
-}  // namespace fuzz
+#include "support/Records.h"
 
 namespace {
 
@@ -158,7 +137,7 @@ void selectFromTable(FuzzedDataProvider& input) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     FuzzedDataProvider input(data, size);
     switch (input.ConsumeIntegralInRange(0, 3)) {
-    case 0: selectFromTable<fuzz::Sample>(input); break;
+    case 0: selectFromTable<dbitest::Gadget>(input); break;
     case 1: selectFromTable<dbi::library::Element>(input); break;
     case 2: selectFromTable<dbi::library::CommandResponse>(input); break;
     default: selectFromTable<dbi::media::UsageInformation>(input); break;

@@ -1,6 +1,15 @@
 #include "support/ChannelSupport.h"
 
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <boost/algorithm/string/classification.hpp>
+#include <boost/algorithm/string/split.hpp>
 #include <boost/thread/lock_guard.hpp>
+
+extern char** environ;
 
 namespace dbitest {
 
@@ -25,6 +34,51 @@ bool Inbox::waitFor(std::size_t count, int seconds) {
 std::vector<std::string> Inbox::texts() {
     boost::lock_guard<boost::mutex> lock(mutex);
     return received;
+}
+
+Responder::Responder(const std::string& command, const std::string& database, const std::string& text,
+                     std::vector<std::string> options) {
+    std::vector<std::string> words;
+    boost::split(words, command, boost::is_any_of("|"));
+    for (const char* word :
+         {"respond", database.c_str(), "--endpoint", "1", "--operation", "1", "--text", text.c_str()})
+        words.push_back(word);
+    words.insert(words.end(), options.begin(), options.end());
+    std::vector<char*> argv;
+    for (std::string& word : words) argv.push_back(&word[0]);
+    argv.push_back(nullptr);
+
+    int pipeEnds[2];
+    if (pipe(pipeEnds) != 0) throw std::runtime_error("pipe");
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, pipeEnds[1], STDOUT_FILENO);
+    posix_spawn_file_actions_addclose(&actions, pipeEnds[0]);
+    const int failed = posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    close(pipeEnds[1]);
+    if (failed) throw std::runtime_error("cannot start " + words[0]);
+    output = fdopen(pipeEnds[0], "r");
+}
+
+Responder::~Responder() {
+    if (output) stop();
+}
+
+bool Responder::waitUntilListening() {
+    char line[512];
+    while (fgets(line, sizeof line, output))
+        if (std::string(line).find("answering") != std::string::npos) return true;
+    return false;
+}
+
+int Responder::stop() {
+    kill(pid, SIGTERM);
+    int status = 0;
+    waitpid(pid, &status, 0);
+    fclose(output);
+    output = nullptr;
+    return status;
 }
 
 }  // namespace dbitest

@@ -4,6 +4,8 @@
 #include <boost/thread/condition_variable.hpp>
 #include <boost/thread/mutex.hpp>
 #include <boost/thread/thread.hpp>
+#include <sys/types.h>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -44,6 +46,24 @@ public:
 private:
     dbi::Notify& notify;
     boost::thread thread;
+};
+
+// A `dbictl respond` process answering operation 1 from endpoint 1 with
+// `text`; `command` is dbictl's command line, words split by "|". Stops the
+// process when destroyed.
+class Responder {
+public:
+    Responder(const std::string& command, const std::string& database, const std::string& text,
+              std::vector<std::string> options = {});
+    ~Responder();
+    // True once the responder said it is answering.
+    bool waitUntilListening();
+    // Ends the process; its wait status.
+    int stop();
+
+private:
+    pid_t pid = 0;
+    FILE* output = nullptr;
 };
 
 }  // namespace dbitest

@@ -3,6 +3,7 @@
 #include <sqlite3.h>
 #include <stdlib.h>
 
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 
@@ -39,6 +40,34 @@ std::string TestDatabase::scalar(const std::string& sql) {
     return cell ? cell : "NULL";
 }
 
+OtherConnection TestDatabase::openOther(int flags) const {
+    sqlite3* other = nullptr;
+    EXPECT_EQ(SQLITE_OK, sqlite3_open_v2(path.c_str(), &other, flags, nullptr));
+    return OtherConnection(other, sqlite3_close);
+}
+
+std::string TestDatabase::outside(const std::string& sql) const {
+    std::string rows;
+    const auto addRow = [](void* out, int columns, char** cells, char**) {
+        std::string& text = *static_cast<std::string*>(out);
+        if (!text.empty()) text += ",";
+        for (int i = 0; i < columns; ++i) text += std::string(i ? "|" : "") + (cells[i] ? cells[i] : "NULL");
+        return 0;
+    };
+    EXPECT_EQ(SQLITE_OK, sqlite3_exec(openOther().get(), sql.c_str(), addRow, &rows, nullptr)) << sql;
+    return rows;
+}
+
+void BothModes::SetUp() {
+    TestDatabase::SetUp();
+    dbi::Configure::setBindValues(bound());
+}
+
+void BothModes::TearDown() {
+    dbi::Configure::setBindValues(false);
+    TestDatabase::TearDown();
+}
+
 StatementTrace::StatementTrace() {
     sqlite3_trace_v2(dbi::DBManager::getConnection().get(), SQLITE_TRACE_STMT, &StatementTrace::onTrace, this);
 }
@@ -52,6 +81,10 @@ int StatementTrace::onTrace(unsigned, void* self, void*, void* text) {
     // Statements run from inside triggers are reported with a "--" prefix.
     if (sql && sql[0] != '-') static_cast<StatementTrace*>(self)->seen.emplace_back(sql);
     return 0;
+}
+
+int StatementTrace::count(const std::string& sql) const {
+    return static_cast<int>(std::count(seen.begin(), seen.end(), sql));
 }
 
 std::string readFile(const std::string& path) {
