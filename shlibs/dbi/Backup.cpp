@@ -129,8 +129,7 @@ private:
     const int primary = rc & 0xff;
     // Busy and locked are not kept by the backup object; the rest are handed
     // to the target connection, with SQLite's text, when it is finished.
-    if (primary == SQLITE_BUSY || primary == SQLITE_LOCKED)
-        throw BusyError(what + " " + sqlite3_errstr(rc));
+    if (primary == SQLITE_BUSY || primary == SQLITE_LOCKED) throw BusyError(what + " " + sqlite3_errstr(rc));
     sqlite3_backup_finish(backup.release());
     throwException(primary, target, what);
 }

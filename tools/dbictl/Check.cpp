@@ -121,7 +121,8 @@ void describeSize(Report& report) {
 bool hasDatabaseHeader(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     char header[16] = {};
-    return file.read(header, sizeof header) && std::string(header, sizeof header) == std::string("SQLite format 3\0", 16);
+    return file.read(header, sizeof header) &&
+           std::string(header, sizeof header) == std::string("SQLite format 3\0", 16);
 }
 
 std::string describeAge(std::time_t seconds) {
