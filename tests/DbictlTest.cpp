@@ -1,8 +1,16 @@
 // The operator's subcommands of dbictl, run as a separate process on a
 // database this test fills through the library.
+#include <dirent.h>
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdio>
+#include <fstream>
+#include <memory>
+#include <set>
 
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/join.hpp>
@@ -39,8 +47,62 @@ Outcome dbictl(const std::vector<std::string>& arguments) {
 
 bool contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
+// A process that runs `sql` on its own connection to `database` and keeps
+// it open, transaction and all, until destroyed; then it ends without
+// closing, as a crashed process would.
+class HoldingProcess {
+public:
+    HoldingProcess(const std::string& database, const std::string& sql) {
+        int ready[2];
+        int release[2];
+        if (pipe2(ready, O_CLOEXEC) != 0 || pipe2(release, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
+        pid = fork();
+        if (pid == 0) {
+            close(ready[0]);
+            close(release[1]);
+            sqlite3* db = nullptr;
+            char byte = sqlite3_open_v2(database.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr) == SQLITE_OK &&
+                                sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK
+                            ? '1'
+                            : '0';
+            if (write(ready[1], &byte, 1) != 1 || read(release[0], &byte, 1) < 0) _exit(1);
+            _exit(0);
+        }
+        close(ready[1]);
+        close(release[0]);
+        releaseFd = release[1];
+        char byte = '0';
+        started = read(ready[0], &byte, 1) == 1 && byte == '1';
+        close(ready[0]);
+    }
+    ~HoldingProcess() {
+        close(releaseFd);
+        waitpid(pid, nullptr, 0);
+    }
+    HoldingProcess(const HoldingProcess&) = delete;
+    HoldingProcess& operator=(const HoldingProcess&) = delete;
+
+    bool started = false;
+
+private:
+    pid_t pid;
+    int releaseFd = -1;
+};
+
 class Dbictl : public dbitest::SchemaDatabase {
 protected:
+    // Lets go of this process's connection, so that only the processes a
+    // test starts hold the database (a child must not inherit it either).
+    void closeConnection() { dbi::DBManager::swapConnection(boost::shared_ptr<sqlite3>()); }
+
+    // The names in the test's folder.
+    std::set<std::string> listing() {
+        std::set<std::string> names;
+        const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(directory.c_str()), closedir);
+        while (const dirent* entry = folder ? readdir(folder.get()) : nullptr) names.insert(entry->d_name);
+        return names;
+    }
+
     // Two elements of one partition; the second has NULL columns. Returns
     // the first one's bytes in base64, on one line.
     std::string addElements() {
@@ -128,6 +190,20 @@ TEST_F(Dbictl, storesAnOperatorsTextAsTyped) {
     EXPECT_TRUE(contains(dbictl({"show", database, "library_commandresponse"}).output, " it's full "));
 }
 
+TEST_F(Dbictl, checkReportsTheSizeAndTheNewestBackup) {
+    const std::string backups = directory + "/backups";
+    ASSERT_EQ(0, mkdir(backups.c_str(), 0755));
+    const Outcome backup = dbictl({"backup", path, backups + "/first.db"});
+    EXPECT_EQ(0, backup.status) << backup.output;
+    EXPECT_TRUE(contains(backup.output, " pages copied, ") && contains(backup.output, "backed up " + path))
+        << backup.output;
+    const Outcome run = dbictl({"check", path, "--backups", backups});
+    EXPECT_EQ(0, run.status) << run.output;
+    EXPECT_TRUE(contains(run.output, "\nsize: " + scalar("PRAGMA page_count") + " pages of ") &&
+                contains(run.output, "\nnewest backup: " + backups + "/first.db, "))
+        << run.output;
+}
+
 TEST_F(Dbictl, checkListsWhatIsWrong) {
     exec("PRAGMA foreign_keys = OFF");
     exec("INSERT INTO library_commandresponse (source_id, operation_id, target_id, start_time, state_id) VALUES "
@@ -135,14 +211,79 @@ TEST_F(Dbictl, checkListsWhatIsWrong) {
          "(1, 1, 0, datetime('now', '-2 minutes'), 1), (1, 9, 2, datetime('now'), 3)");
     exec("DELETE FROM library_crstate WHERE id = 4");
     exec("DROP TABLE vigil_settings");
-    const Outcome run = dbictl({"check", path});
+    const Outcome run = dbictl({"check", path, "--backups", directory + "/none"});
     EXPECT_EQ(1, run.status) << run.output;
-    EXPECT_TRUE(contains(run.output, "4 findings:\n")) << run.output;
+    EXPECT_TRUE(contains(run.output, "5 findings:\n")) << run.output;
+    EXPECT_TRUE(contains(run.output, "backup directory " + directory + "/none: No such file")) << run.output;
     EXPECT_TRUE(contains(run.output, "command #1 still accepted since")) << run.output;
     EXPECT_TRUE(contains(run.output, "library_commandresponse row 4 refers to a missing library_croperation row"))
         << run.output;
     EXPECT_TRUE(contains(run.output, "library_crstate lacks the row of state 4")) << run.output;
     EXPECT_TRUE(contains(run.output, "table vigil_settings is missing")) << run.output;
+}
+
+TEST_F(Dbictl, restoreRefusesABadBackupOrADatabaseInUseAndChangesNothing) {
+    addElements();
+    const std::string good = directory + "/good.db";
+    const std::string partial = directory + "/partial.db";
+    ASSERT_EQ(0, dbictl({"backup", path, good}).status);
+    ASSERT_EQ(0, dbictl({"backup", path, partial}).status);
+    sqlite3* raw = nullptr;
+    sqlite3_open_v2(partial.c_str(), &raw, SQLITE_OPEN_READWRITE, nullptr);
+    EXPECT_EQ(SQLITE_OK, sqlite3_exec(raw, "DROP TABLE vigil_settings", nullptr, nullptr, nullptr));
+    sqlite3_close(raw);
+    const std::string text = directory + "/notes.txt";
+    std::ofstream(text) << "not a database\n";
+    closeConnection();
+
+    struct Case {
+        const char* name;
+        std::string file;
+        const char* holderSql;  // what another process keeps running on the database, if any
+        const char* refusal;
+    };
+    const Case cases[] = {
+        {"not a database", text, nullptr, "not a usable backup: file is not a database"},
+        {"tables missing", partial, nullptr, "the schema's tables vigil_settings are missing"},
+        {"no such file", directory + "/none.db", nullptr, "no such backup file"},
+        {"reader in a transaction", good, "BEGIN; SELECT count(*) FROM library_element;", "a reader is in a"},
+        {"writer in a transaction", good, "BEGIN IMMEDIATE; DELETE FROM library_element;", "a writer or checkpoint"},
+        {"idle connection", good, "SELECT count(*) FROM library_element;", "has it open in WAL mode"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        std::unique_ptr<HoldingProcess> holder;
+        if (c.holderSql) {
+            holder = std::make_unique<HoldingProcess>(path, c.holderSql);
+            ASSERT_TRUE(holder->started);
+        }
+        const std::string before = dbitest::readFile(path);
+        const std::set<std::string> names = listing();
+        const Outcome run = dbictl({"restore", c.file, path});
+        EXPECT_EQ(1, run.status) << run.output;
+        EXPECT_TRUE(contains(run.output, "refused: ") && contains(run.output, c.refusal)) << run.output;
+        EXPECT_EQ(before, dbitest::readFile(path));
+        EXPECT_EQ(names, listing());
+    }
+}
+
+TEST_F(Dbictl, restorePutsTheBackupInPlaceWithoutReplayingTheOldLog) {
+    addElements();
+    const std::string backup = directory + "/backup.db";
+    ASSERT_EQ(0, dbictl({"backup", path, backup}).status);
+    closeConnection();
+    {
+        // Deletes the elements and dies: the deletion is only in the log.
+        HoldingProcess crashed(path, "PRAGMA wal_autocheckpoint = 0; DELETE FROM library_element;");
+        ASSERT_TRUE(crashed.started);
+    }
+    ASSERT_GT(dbitest::readFile(path + "-wal").size(), 0u);
+    const Outcome run = dbictl({"restore", backup, path});
+    EXPECT_EQ(0, run.status) << run.output;
+    EXPECT_EQ("2", scalar("SELECT count(*) FROM library_element"));
+    const std::set<std::string> names = listing();
+    EXPECT_EQ(0u, names.count("test.db.restoring"));
+    EXPECT_EQ(0, dbictl({"check", path}).status);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #define DBI_DBI_H
 
 // The whole public interface of the library.
+#include "dbi/Backup.h"
 #include "dbi/BoundValue.h"
 #include "dbi/CommandResponseHelper.h"
 #include "dbi/Configure.h"

@@ -1,8 +1,14 @@
 // dbictl check: the health of a database file as an operator sees it.
+#include <dirent.h>
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <fstream>
 #include <iostream>
+#include <memory>
 #include <set>
 #include <sstream>
 
@@ -103,6 +109,61 @@ void describeWriteAheadLog(Report& report, const std::string& database) {
     report.line("write-ahead log", exists ? std::to_string(info.st_size) + " bytes" : "none");
 }
 
+void describeSize(Report& report) {
+    const long long pages = std::stoll(scalar("PRAGMA page_count"));
+    const long long pageSize = std::stoll(scalar("PRAGMA page_size"));
+    std::ostringstream text;
+    text << pages << " pages of " << pageSize << " bytes (" << (pages * pageSize + 1023) / 1024 << " KiB), "
+         << scalar("PRAGMA freelist_count") << " free";
+    report.line("size", text.str());
+}
+
+bool hasDatabaseHeader(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    char header[16] = {};
+    return file.read(header, sizeof header) &&
+           std::string(header, sizeof header) == std::string("SQLite format 3\0", 16);
+}
+
+std::string describeAge(std::time_t seconds) {
+    if (seconds < 0) seconds = 0;
+    std::ostringstream text;
+    if (seconds >= 86400) text << seconds / 86400 << " d " << seconds % 86400 / 3600 << " h";
+    else if (seconds >= 3600) text << seconds / 3600 << " h " << seconds % 3600 / 60 << " min";
+    else if (seconds >= 60) text << seconds / 60 << " min";
+    else text << seconds << " s";
+    return text.str();
+}
+
+// The newest database file in `directory` by modification time; a backup's
+// unfinished temporary files do not count.
+void describeNewestBackup(Report& report, const std::string& directory) {
+    const std::unique_ptr<DIR, int (*)(DIR*)> listing(opendir(directory.c_str()), closedir);
+    if (!listing) {
+        report.finding("backup directory " + directory + ": " + std::strerror(errno));
+        return;
+    }
+    std::string newest;
+    std::time_t newestTime = 0;
+    while (const dirent* entry = readdir(listing.get())) {
+        const std::string path = directory + "/" + entry->d_name;
+        struct stat info {};
+        if (std::strstr(entry->d_name, ".tmp-") || stat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode) ||
+            !hasDatabaseHeader(path))
+            continue;
+        if (newest.empty() || info.st_mtime > newestTime) {
+            newest = path;
+            newestTime = info.st_mtime;
+        }
+    }
+    if (newest.empty()) {
+        report.line("newest backup", "none");
+        report.finding("no backup in " + directory);
+        return;
+    }
+    report.line("newest backup", newest + ", " + describeAge(std::time(nullptr) - newestTime) + " old");
+}
+
 std::string stateName(const std::string& id) {
     const std::string name = scalar("SELECT name FROM library_crstate WHERE id = " + id);
     return name.empty() ? "state " + id : name;
@@ -151,6 +212,7 @@ int check(const Arguments& args, DatabaseOpener open) {
     open(args.database(), false);
     Report report;
     checkIntegrity(report);
+    describeSize(report);
     checkForeignKeys(report);
     const std::set<std::string> tables = checkTables(report);
     const auto has = [&](std::initializer_list<const char*> names) {
@@ -160,6 +222,7 @@ int check(const Arguments& args, DatabaseOpener open) {
     if (has({"library_commandresponse", "library_crstate"})) checkCommandChannel(report);
     if (has({"library_crstate", "library_crendpoint", "library_croperation"})) checkLookupRows(report);
     describeWriteAheadLog(report, args.database());
+    if (args.has("backups")) describeNewestBackup(report, args.text("backups", ""));
     return report.conclude();
 }
 

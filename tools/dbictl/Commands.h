@@ -15,6 +15,12 @@ using DatabaseOpener = void (*)(const std::string& path, bool create);
 int show(const Arguments& args, DatabaseOpener open);
 int check(const Arguments& args, DatabaseOpener open);
 
+// Copies DB online to FILE (the operand), showing the progress.
+int backup(const Arguments& args, DatabaseOpener open);
+// Puts the backup FILE (the first word) in place of DB (the operand), unless
+// a process has DB open. Never opens DB with SQLite.
+int restore(const Arguments& args);
+
 }  // namespace dbictl
 
 #endif

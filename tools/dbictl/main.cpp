@@ -305,10 +305,19 @@ const std::vector<Subcommand>& subcommands() {
          "Byte arrays show as base64, NULL as empty (null in JSON).",
          {"where", "order", "limit"}, [](const dbictl::Arguments& args) { return dbictl::show(args, openDatabase); },
          {"json"}, {"table"}},
-        {"check", "check DB",
-         "Checks the file's integrity and references and reports the journal, the write-ahead log and\n"
-         "the command channel. Exit status: 0 healthy, 1 findings (listed) or failed.",
-         {}, [](const dbictl::Arguments& args) { return dbictl::check(args, openDatabase); }},
+        {"check", "check DB [--backups DIR]",
+         "Checks the file's integrity and references and reports its size, the journal, the write-ahead\n"
+         "log and the command channel; with --backups, the age of the newest backup in DIR.\n"
+         "Exit status: 0 healthy, 1 findings (listed) or failed.",
+         {"backups"}, [](const dbictl::Arguments& args) { return dbictl::check(args, openDatabase); }},
+        {"backup", "backup DB FILE",
+         "Copies DB to FILE while other processes keep using it: one consistent snapshot, checked,\n"
+         "renamed into place only when complete. Shows the pages copied and the rate.",
+         {}, [](const dbictl::Arguments& args) { return dbictl::backup(args, openDatabase); }, {}, {"FILE"}},
+        {"restore", "restore FILE DB",
+         "Replaces DB with the backup FILE in one rename, after checking FILE (a database that passes\n"
+         "integrity_check and holds every table of the schema). Refuses while any process has DB open.",
+         {}, dbictl::restore, {}, {"DB"}},
     };
     return all;
 }

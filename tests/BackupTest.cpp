@@ -1,0 +1,230 @@
+// Online copies of the database: what a copy holds while other processes
+// write, what a failed copy leaves behind, and how progress is told.
+#include <dirent.h>
+#include <sqlite3.h>
+#include <sys/mman.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <memory>
+#include <new>
+#include <thread>
+
+#include "support/TestDatabase.h"
+
+namespace {
+
+bool contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+
+// Names in `directory` of temporary files a backup left behind.
+std::vector<std::string> leftovers(const std::string& directory) {
+    std::vector<std::string> found;
+    const std::unique_ptr<DIR, int (*)(DIR*)> listing(opendir(directory.c_str()), closedir);
+    if (!listing) return found;
+    while (const dirent* entry = readdir(listing.get()))
+        if (contains(entry->d_name, ".tmp-")) found.push_back(entry->d_name);
+    return found;
+}
+
+// The rows of a one-column query on the file at `path`, opened on its own.
+std::vector<std::string> column(const std::string& path, const std::string& sql) {
+    sqlite3* raw = nullptr;
+    sqlite3_open_v2(path.c_str(), &raw, SQLITE_OPEN_READONLY, nullptr);
+    const std::unique_ptr<sqlite3, int (*)(sqlite3*)> db(raw, sqlite3_close);
+    std::vector<std::string> values;
+    const auto collect = [](void* into, int, char** row, char**) {
+        static_cast<std::vector<std::string>*>(into)->push_back(row[0] ? row[0] : "NULL");
+        return 0;
+    };
+    char* error = nullptr;
+    if (sqlite3_exec(raw, sql.c_str(), collect, &values, &error) != SQLITE_OK) {
+        ADD_FAILURE() << sql << ": " << (error ? error : sqlite3_errmsg(raw));
+        sqlite3_free(error);
+    }
+    return values;
+}
+
+void expectFallingToZero(const std::vector<int>& remaining) {
+    ASSERT_FALSE(remaining.empty());
+    for (std::size_t i = 1; i < remaining.size(); ++i) EXPECT_LT(remaining[i], remaining[i - 1]) << "call " << i;
+    EXPECT_EQ(0, remaining.back());
+}
+
+// A database of about 2 MB: a backup of it takes several steps.
+class Backup : public dbitest::TestDatabase {
+protected:
+    void SetUp() override {
+        TestDatabase::SetUp();
+        exec("CREATE TABLE payload (id INTEGER PRIMARY KEY, data BLOB)");
+        exec("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 600) "
+             "INSERT INTO payload (data) SELECT randomblob(3000) FROM n");
+    }
+
+    void TearDown() override {
+        for (const std::string& mountPoint : mounts) umount2(mountPoint.c_str(), MNT_DETACH);
+        TestDatabase::TearDown();
+    }
+
+    // A new folder in the test's folder; with `options`, a tmpfs mounted
+    // there. Empty when it cannot be mounted.
+    std::string folder(const std::string& name, unsigned long flags = 0, const char* options = nullptr) {
+        const std::string path = directory + "/" + name;
+        mkdir(path.c_str(), 0755);
+        if (!options) return path;
+        if (mount("tmpfs", path.c_str(), "tmpfs", flags, options) != 0) return "";
+        mounts.push_back(path);
+        return path;
+    }
+
+    std::vector<std::string> mounts;
+};
+
+TEST_F(Backup, replacesTheDestinationWithAFullCopyTellingFallingProgress) {
+    const std::string copy = directory + "/copy.db";
+    {
+        std::ofstream old(copy);
+        old << "an older file";
+    }
+    std::vector<int> remaining;
+    std::vector<int> totals;
+    dbi::backupDatabase(copy, [&](int left, int total) {
+        remaining.push_back(left);
+        totals.push_back(total);
+    });
+    EXPECT_GT(remaining.size(), 2u) << "copied in steps";
+    expectFallingToZero(remaining);
+    EXPECT_EQ(std::vector<int>(totals.size(), std::stoi(scalar("PRAGMA page_count"))), totals);
+    EXPECT_EQ(std::vector<std::string>{"ok"}, column(copy, "PRAGMA integrity_check"));
+    EXPECT_EQ(std::vector<std::string>{"600"}, column(copy, "SELECT count(*) FROM payload"));
+    EXPECT_TRUE(leftovers(directory).empty());
+}
+
+TEST_F(Backup, failsWithTheRightErrorAndLeavesNoFile) {
+    struct Case {
+        const char* name;
+        std::function<std::string()> destinationFolder;  // empty: the case cannot be set up here
+        int code;                                       // a DBIException's code, 0 for the callback's own
+        const char* reason;
+        dbi::BackupProgress progress;
+    };
+    const Case cases[] = {
+        {"missing directory", [&] { return directory + "/missing"; }, dbiresult::DBI_STORAGE_ERROR,
+         "unable to open database file (No such file or directory)", {}},
+        {"read-only directory",
+         [&] {
+             // Root writes through permission bits, so it gets a read-only mount.
+             if (geteuid() == 0) return folder("read-only", MS_RDONLY, "size=64k");
+             const std::string path = folder("read-only");
+             chmod(path.c_str(), 0555);
+             return path;
+         },
+         dbiresult::DBI_PERMISSION_DENIED, "unable to open database file", {}},
+        {"disk full", [&] { return folder("full", 0, "size=64k"); }, dbiresult::DBI_STORAGE_ERROR,
+         "database or disk is full", {}},
+        {"interrupted by the progress callback", [&] { return directory; }, 0, "stop",
+         [](int, int) { throw std::runtime_error("stop"); }},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const std::string folderPath = c.destinationFolder();
+        if (folderPath.empty()) {
+            std::cout << "[  SKIPPED ] " << c.name << ": mounting a tmpfs needs privileges this run lacks\n";
+            continue;
+        }
+        const std::string destination = folderPath + "/copy.db";
+        int code = -1;
+        std::string message;
+        try {
+            dbi::backupDatabase(destination, c.progress);
+        } catch (const dbi::DBIBaseException& e) {
+            code = e.getCode();
+            message = e.what();
+        } catch (const std::exception& e) {
+            code = 0;
+            message = e.what();
+        }
+        EXPECT_EQ(c.code, code) << message;
+        EXPECT_TRUE(contains(message, c.reason)) << message;
+        EXPECT_NE(0, access(destination.c_str(), F_OK));
+        EXPECT_TRUE(leftovers(folderPath).empty());
+    }
+}
+
+// How far each writer process has committed, shared with them.
+struct WriterLog {
+    std::atomic<int> committed[2];
+    std::atomic<bool> stop;
+};
+
+// Commits one transaction after another, each inserting into both tables,
+// and logs each one once COMMIT returned.
+[[noreturn]] void runWriter(const std::string& path, int writer, WriterLog& log) {
+    sqlite3* db = nullptr;
+    if (sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr) != SQLITE_OK) _exit(2);
+    sqlite3_busy_timeout(db, 30000);
+    for (int sequence = 1; !log.stop; ++sequence) {
+        const std::string values = std::to_string(writer) + ", " + std::to_string(sequence);
+        const std::string sql = "BEGIN IMMEDIATE; INSERT INTO first_half VALUES (" + values +
+                                "); INSERT INTO second_half VALUES (" + values + ", randomblob(2000)); COMMIT;";
+        if (sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) _exit(1);
+        log.committed[writer] = sequence;
+    }
+    sqlite3_close(db);
+    _exit(0);
+}
+
+TEST_F(Backup, holdsEveryTransactionCommittedBeforeItAndNoneInPartWhileTwoProcessesWrite) {
+    exec("CREATE TABLE first_half (writer INTEGER, sequence INTEGER)");
+    exec("CREATE TABLE second_half (writer INTEGER, sequence INTEGER, data BLOB)");
+    // A child must not inherit an open connection to the file.
+    dbi::DBManager::swapConnection(boost::shared_ptr<sqlite3>());
+    void* shared = mmap(nullptr, sizeof(WriterLog), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    ASSERT_NE(MAP_FAILED, shared);
+    WriterLog& log = *new (shared) WriterLog{{{0}, {0}}, {false}};
+    pid_t writers[2];
+    for (int writer = 0; writer < 2; ++writer)
+        if ((writers[writer] = fork()) == 0) runWriter(path, writer, log);
+
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    while ((log.committed[0] < 20 || log.committed[1] < 20) && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    const int before[2] = {log.committed[0], log.committed[1]};
+    std::vector<int> remaining;
+    const std::string copy = directory + "/copy.db";
+    dbi::backupDatabase(copy, [&](int left, int) { remaining.push_back(left); });
+    const int during = log.committed[0] + log.committed[1] - before[0] - before[1];
+    log.stop = true;
+    for (pid_t writer : writers) {
+        int status = 0;
+        waitpid(writer, &status, 0);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+    }
+    munmap(shared, sizeof(WriterLog));
+    std::cout << during << " transactions committed while the backup ran\n";
+
+    EXPECT_EQ(std::vector<std::string>{"ok"}, column(copy, "PRAGMA integrity_check"));
+    expectFallingToZero(remaining);
+    for (const std::string table : {"first_half", "second_half"}) {
+        // Per writer, one row per sequence number from 1 up without a gap,
+        // at least up to the last one committed before the backup began.
+        const std::vector<std::string> counts =
+            column(copy, "SELECT count(*) FROM " + table + " GROUP BY writer HAVING count(*) = count(DISTINCT "
+                         "sequence) AND count(*) = max(sequence) ORDER BY writer");
+        ASSERT_EQ(2u, counts.size()) << table;
+        for (int writer = 0; writer < 2; ++writer) EXPECT_GE(std::stoi(counts[writer]), before[writer]) << table;
+    }
+    EXPECT_EQ(std::vector<std::string>{"0"},
+              column(copy, "SELECT (SELECT count(*) FROM (SELECT writer, sequence FROM first_half EXCEPT "
+                           "SELECT writer, sequence FROM second_half)) + (SELECT count(*) FROM (SELECT writer, "
+                           "sequence FROM second_half EXCEPT SELECT writer, sequence FROM first_half))"))
+        << "a transaction is in the copy in part";
+}
+
+}  // namespace
