@@ -1,5 +1,6 @@
 #include "dbi/Notify.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <stdexcept>
@@ -7,7 +8,9 @@
 #include <boost/bind/bind.hpp>
 #include <boost/thread/thread.hpp>
 
+#include "CommitWatcher.h"
 #include "DataVersion.h"
+#include "dbi/Configure.h"
 #include "dbi/EventReporter.h"
 #include "dbi/Query.h"
 
@@ -18,9 +21,19 @@ const char* const ConditionString[3] = {"INSERT", "UPDATE", "DELETE"};
 namespace {
 
 const boost::chrono::seconds kPollInterval(5);
+// The wake interval used where commits cannot be watched.
+const boost::posix_time::time_duration kFallbackWake = boost::posix_time::milliseconds(5);
+// When a change was seen but the data version has not moved yet, it is read
+// again at these times after the change (in microseconds): the kernel reports
+// a commit's last write before the commit is visible to readers, by as long
+// as the log's sync takes. Closely at first, then doubling up to a second.
+const long kRechecks[] = {0, 100, 300, 1000, 2000, 4000, 8000, 16000, 32000, 64000, 128000, 256000, 512000, 1024000};
 
 // The wake interval new Notify objects take, in microseconds.
 std::atomic<long long> defaultWakeMicroseconds(0);
+std::atomic<bool> defaultWakeOnCommit(false);
+
+using Clock = boost::chrono::steady_clock;
 
 long long parseId(const std::string& text) { return std::strtoll(text.c_str(), nullptr, 10); }
 
@@ -40,7 +53,6 @@ void waitForNextPoll(boost::unique_future<void>& stopped, boost::posix_time::tim
         stopped.wait_for(kPollInterval);
         return;
     }
-    using Clock = boost::chrono::steady_clock;
     const Clock::time_point deadline = Clock::now() + kPollInterval;
     const boost::chrono::microseconds step(wake.total_microseconds());
     for (Clock::time_point now = Clock::now(); now < deadline; now = Clock::now()) {
@@ -50,9 +62,47 @@ void waitForNextPoll(boost::unique_future<void>& stopped, boost::posix_time::tim
     }
 }
 
+const std::size_t kRecheckCount = sizeof kRechecks / sizeof kRechecks[0];
+
+// Waits until stop(), the poll interval, or a commit of another connection
+// since `version` was marked; true for a commit. A change of the files starts
+// the re-checks, and so does `unsettled`: changes seen before may belong to a
+// commit that was not visible yet when the journal was read.
+bool waitForCommit(CommitWatcher& watcher, DataVersion& version, bool unsettled) {
+    Clock::time_point seen = Clock::now();
+    const Clock::time_point deadline = seen + kPollInterval;
+    for (std::size_t step = unsettled ? 0 : kRecheckCount;; ++step) {
+        const Clock::time_point now = Clock::now();
+        if (now >= deadline) return false;
+        const Clock::time_point until =
+            step < kRecheckCount ? std::min(deadline, seen + boost::chrono::microseconds(kRechecks[step])) : deadline;
+        const CommitWatcher::Outcome outcome =
+            watcher.wait(boost::chrono::duration_cast<boost::chrono::microseconds>(until - now));
+        if (outcome == CommitWatcher::WOKEN) return false;
+        if (outcome == CommitWatcher::CHANGED) {
+            seen = Clock::now();
+            step = 0;
+        } else if (step >= kRecheckCount) {
+            return false;
+        }
+        if (version.changed()) return true;
+    }
+}
+
 }  // namespace
 
-Notify::Notify() : nextId(-1), wakeInterval(boost::posix_time::microseconds(defaultWakeMicroseconds.load())) {}
+Notify::Notify() : nextId(-1), wakeInterval(boost::posix_time::microseconds(defaultWakeMicroseconds.load())) {
+    setWakeOnCommit(defaultWakeOnCommit);
+}
+
+Notify::~Notify() = default;
+
+void Notify::setWakeOnCommit(bool on) {
+    if (on == getWakeOnCommit()) return;
+    commitWatcher = on ? std::make_unique<CommitWatcher>() : nullptr;
+}
+
+void Notify::setDefaultWakeOnCommit(bool on) { defaultWakeOnCommit = on; }
 
 void Notify::setWakeInterval(boost::posix_time::time_duration interval) {
     wakeInterval = checkedWakeInterval(interval);
@@ -114,10 +164,22 @@ bool Notify::pollJournal() {
     return true;
 }
 
+bool Notify::commitWatchReady() {
+    if (!commitWatcher) return false;
+    if (commitWatcher->watch(Configure::getDatabaseName())) return true;
+    reportEvent("shlibs/dbi/Notify.cpp", __LINE__, "run",
+                "Cannot watch the database for commits (" + commitWatcher->failure() +
+                    "); checking for them every 5 ms instead");
+    return false;
+}
+
 void Notify::run() {
     boost::unique_future<void> stopped = stopPromise.get_future();
-    const bool waking = wakeInterval.total_microseconds() != 0;
+    const bool watching = commitWatchReady();
+    const boost::posix_time::time_duration interval = getWakeOnCommit() && !watching ? kFallbackWake : wakeInterval;
+    const bool waking = watching || interval.total_microseconds() != 0;
     DataVersion version;
+    bool unsettled = true;  // the files may have changed before the watch began
     while (!stopped.is_ready()) {
         // Marked before the read, so a commit during it still wakes the wait.
         if (waking) version.mark();
@@ -132,10 +194,16 @@ void Notify::run() {
         }
         // Listeners' writes on this connection leave its data version alone.
         if (waking && delivered) continue;
-        waitForNextPoll(stopped, wakeInterval, version);
+        if (watching)
+            unsettled = waitForCommit(*commitWatcher, version, unsettled);
+        else
+            waitForNextPoll(stopped, interval, version);
     }
 }
 
-void Notify::stop() { stopPromise.set_value(); }
+void Notify::stop() {
+    stopPromise.set_value();
+    if (commitWatcher) commitWatcher->wake();
+}
 
 }  // namespace dbi

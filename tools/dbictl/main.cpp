@@ -83,7 +83,12 @@ void waitForStopSignal() {
 
 // --wake MS: this process's dispatchers look for other processes' commits
 // every MS milliseconds instead of only polling every 5 seconds.
+// --wake commit: they sleep until the database files are written to.
 void applyWakeOption(const dbictl::Arguments& args) {
+    if (args.text("wake", "") == "commit") {
+        dbi::Notify::setDefaultWakeOnCommit(true);
+        return;
+    }
     const int milliseconds = args.integer("wake", 0);
     if (milliseconds < 0) throw dbictl::UsageError("option '--wake' must not be negative");
     dbi::Notify::setDefaultWakeInterval(boost::posix_time::milliseconds(milliseconds));
@@ -275,11 +280,16 @@ int send(const dbictl::Arguments& args) {
 int event(const dbictl::Arguments& args) {
     const int source = args.integer("source");
     const int operation = args.integer("operation");
+    const int count = args.integer("count", 1);
+    if (count < 1) throw dbictl::UsageError("option '--count' must be at least 1");
     openDatabase(args.database(), false);
-    dbi::CommandResponseHelper::sendEvent(static_cast<CROperation::enum_type>(operation),
-                                          static_cast<CREndpoint::enum_type>(source), args.text("arg", ""),
-                                          args.integer("int", 0));
-    std::cout << "posted event #" << dbi::Transaction::getDefaultTransaction().lastRowId() << "\n";
+    for (int posted = 0; posted < count; ++posted) {
+        dbi::CommandResponseHelper::sendEvent(static_cast<CROperation::enum_type>(operation),
+                                              static_cast<CREndpoint::enum_type>(source), args.text("arg", ""),
+                                              args.integer("int", 0));
+        // Flushed: a reader of a pipe learns of each commit as it happens.
+        std::cout << "posted event #" << dbi::Transaction::getDefaultTransaction().lastRowId() << std::endl;
+    }
     return 0;
 }
 
@@ -287,18 +297,20 @@ const std::vector<Subcommand>& subcommands() {
     static const std::vector<Subcommand> all = {
         {"init", "init DB", "Creates DB from the schema, with the lookup rows of the known endpoints and operations.",
          {}, init},
-        {"watch", "watch DB [--table T] [--wake MS]",
+        {"watch", "watch DB [--table T] [--wake MS|commit]",
          "Prints journal events as a dispatcher delivers them, until interrupted.",
          {"table", "wake"}, watch},
-        {"respond", "respond DB --endpoint N --operation M [--result R] [--text S] [--wake MS]",
+        {"respond", "respond DB --endpoint N --operation M [--result R] [--text S] [--wake MS|commit]",
          "Accepts and completes commands from endpoint N asking for operation M, until interrupted.",
          {"endpoint", "operation", "result", "text", "wake"}, respond},
-        {"send", "send DB --source N --operation M --target K [--arg S] [--int I] [--timeout SECONDS] [--wake MS]",
+        {"send",
+         "send DB --source N --operation M --target K [--arg S] [--int I] [--timeout SECONDS] [--wake MS|commit]",
          "Sends one command and waits for its answer (default time-out 60 s).\n"
          "Exit status: 0 answered, 3 timed out, 1 failed.",
          {"source", "operation", "target", "arg", "int", "timeout", "wake"}, send},
-        {"event", "event DB --source N --operation M [--arg S] [--int I]", "Posts a one-way event.",
-         {"source", "operation", "arg", "int"}, event},
+        {"event", "event DB --source N --operation M [--arg S] [--int I] [--count C]",
+         "Posts a one-way event, or C of them, each in its own commit.",
+         {"source", "operation", "arg", "int", "count"}, event},
         {"show", "show DB TABLE [--where CONDITION] [--order COLUMN] [--limit N] [--json]",
          "Prints the rows of TABLE (ordered by id unless --order is given) as an aligned table,\n"
          "or one JSON object per row with --json. CONDITION is an SQL condition on the table's columns.\n"
@@ -325,7 +337,9 @@ int runSubcommand(const Subcommand& subcommand, const std::vector<std::string>& 
             std::cout << "usage: dbictl " << subcommand.usage << "\n" << subcommand.help << "\n";
             if (subcommand.options.count("wake"))
                 std::cout << "--wake MS looks for other processes' commits every MS milliseconds, so each hop\n"
-                             "takes milliseconds instead of up to 5 s (default 0: journal polls only).\n";
+                             "takes milliseconds instead of up to 5 s (default 0: journal polls only).\n"
+                             "--wake commit sleeps until the database is written to and wakes within a\n"
+                             "millisecond of another process's commit, with no timer running meanwhile.\n";
             return 0;
         }
     }
