@@ -62,30 +62,32 @@ void waitForNextPoll(boost::unique_future<void>& stopped, boost::posix_time::tim
     }
 }
 
-const std::size_t kRecheckCount = sizeof kRechecks / sizeof kRechecks[0];
-
 // Waits until stop(), the poll interval, or a commit of another connection
-// since `version` was marked; true for a commit. A change of the files starts
-// the re-checks, and so does `unsettled`: changes seen before may belong to a
-// commit that was not visible yet when the journal was read.
-bool waitForCommit(CommitWatcher& watcher, DataVersion& version, bool unsettled) {
-    Clock::time_point seen = Clock::now();
-    const Clock::time_point deadline = seen + kPollInterval;
-    for (std::size_t step = unsettled ? 0 : kRecheckCount;; ++step) {
+// since `version` was marked. The re-checks run from
+// `lastChange`, the files' latest change, which this updates: they go on
+// across a read, since the events of a commit still on its way may already
+// have been taken when the journal was read.
+void waitForCommit(CommitWatcher& watcher, DataVersion& version, Clock::time_point& lastChange) {
+    const Clock::time_point deadline = Clock::now() + kPollInterval;
+    for (;;) {
         const Clock::time_point now = Clock::now();
-        if (now >= deadline) return false;
-        const Clock::time_point until =
-            step < kRecheckCount ? std::min(deadline, seen + boost::chrono::microseconds(kRechecks[step])) : deadline;
+        if (now >= deadline) return;
+        Clock::time_point until = deadline;
+        for (const long after : kRechecks) {
+            const Clock::time_point recheck = lastChange + boost::chrono::microseconds(after);
+            if (recheck > now) {
+                until = std::min(deadline, recheck);
+                break;
+            }
+        }
         const CommitWatcher::Outcome outcome =
             watcher.wait(boost::chrono::duration_cast<boost::chrono::microseconds>(until - now));
-        if (outcome == CommitWatcher::WOKEN) return false;
-        if (outcome == CommitWatcher::CHANGED) {
-            seen = Clock::now();
-            step = 0;
-        } else if (step >= kRecheckCount) {
-            return false;
-        }
-        if (version.changed()) return true;
+        if (outcome == CommitWatcher::WOKEN) return;
+        if (outcome == CommitWatcher::CHANGED)
+            lastChange = Clock::now();
+        else if (until == deadline)
+            return;
+        if (version.changed()) return;
     }
 }
 
@@ -179,7 +181,7 @@ void Notify::run() {
     const boost::posix_time::time_duration interval = getWakeOnCommit() && !watching ? kFallbackWake : wakeInterval;
     const bool waking = watching || interval.total_microseconds() != 0;
     DataVersion version;
-    bool unsettled = true;  // the files may have changed before the watch began
+    Clock::time_point lastChange = Clock::now();  // the files may have changed before the watch began
     while (!stopped.is_ready()) {
         // Marked before the read, so a commit during it still wakes the wait.
         if (waking) version.mark();
@@ -195,7 +197,7 @@ void Notify::run() {
         // Listeners' writes on this connection leave its data version alone.
         if (waking && delivered) continue;
         if (watching)
-            unsettled = waitForCommit(*commitWatcher, version, unsettled);
+            waitForCommit(*commitWatcher, version, lastChange);
         else
             waitForNextPoll(stopped, interval, version);
     }
