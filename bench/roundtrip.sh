@@ -152,10 +152,15 @@ for mode in "${modes[@]}"; do
   declare "idleTicks_$mode=$(cpuTicks "${!pid}")" "idleWakes_$mode=$(wakeUps "${!pid}")"
 done
 sleep "$idleSeconds"
+# All read before any stops: a process closing its connection is a change of
+# the files that the others would see.
 for mode in "${modes[@]}"; do
   pid="idlePid_$mode" ticks="idleTicks_$mode" wakes="idleWakes_$mode"
   declare "idleCpu_$mode=$(divide $((($(cpuTicks "${!pid}") - ${!ticks}) * 100)) $((ticksPerSecond * idleSeconds)))"
   declare "idleWakes_$mode=$(($(wakeUps "${!pid}") - ${!wakes}))"
+done
+for mode in "${modes[@]}"; do
+  pid="idlePid_$mode"
   stopDbictl "${!pid}"
 done
 
@@ -197,8 +202,8 @@ $(row "whole send p50" ms 50 wall)
 $(row "whole send p95" ms 95 wall)
 $(row "one hop p50" ms 50 hop)
 $(row "one hop p99" ms 99 hop)
-$(row "one hops delivered" delivered)
-$(row "one hops left to the poll" late)
+$(row "hops delivered" delivered)
+$(row "hops left to the poll" late)
 $(row "writer's commits per second" value loadRate)
 $(row "watching dispatcher CPU under load" percentOfCore loadCpu)
 $(row "idle dispatcher CPU" percentOfCore idleCpu)
