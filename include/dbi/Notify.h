@@ -25,8 +25,8 @@ class CommitWatcher;
 /// The owner registers listeners, starts one thread on the object
 /// (boost::thread(boost::ref(notify))), and ends it with stop() and a join.
 /// The journal is polled every 5 seconds, or soon after another connection
-/// commits if wake on commit or a wake interval is set; every listener runs on that thread,
-/// one at a time. Only journal rows written after the first listener
+/// commits if wake on commit or a wake interval is set; every listener runs
+/// on that thread, one at a time. Only journal rows written after the first listener
 /// registered (or the thread started) are delivered. Register listeners for
 /// new keys before the thread starts; a stopped object cannot run again.
 class DBI_EXPORT Notify : private boost::noncopyable {
@@ -83,9 +83,9 @@ public:
 
     /// The thread body; returns after stop(). A listener's exception is
     /// reported, and the whole batch is delivered again 5 seconds later.
-    /// With either kind of wake, a delivered batch is followed by another read at
-    /// once: rows that listeners wrote on this thread's connection wake
-    /// nothing.
+    /// With either kind of wake, a delivered batch is followed by another
+    /// read at once: rows that listeners wrote on this thread's connection
+    /// wake nothing.
     void run();
     /// run(), so that boost::thread can start the object by reference.
     void operator()() { run(); }

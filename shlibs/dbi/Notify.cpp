@@ -63,10 +63,9 @@ void waitForNextPoll(boost::unique_future<void>& stopped, boost::posix_time::tim
 }
 
 // Waits until stop(), the poll interval, or a commit of another connection
-// since `version` was marked. The re-checks run from
-// `lastChange`, the files' latest change, which this updates: they go on
-// across a read, since the events of a commit still on its way may already
-// have been taken when the journal was read.
+// since `version` was marked. The re-checks run from `lastChange`, the files'
+// latest change, which this updates: they go on across a read, since the
+// events of a commit still on its way may have been taken before it.
 void waitForCommit(CommitWatcher& watcher, DataVersion& version, Clock::time_point& lastChange) {
     const Clock::time_point deadline = Clock::now() + kPollInterval;
     for (;;) {
