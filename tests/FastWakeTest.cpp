@@ -1,4 +1,6 @@
 #include <sqlite3.h>
+#include <stdlib.h>
+#include <unistd.h>
 
 #include <boost/chrono.hpp>
 #include <cstring>
@@ -28,10 +30,15 @@ protected:
     void SetUp() override {
         SchemaDatabase::SetUp();
         notify.setWakeInterval(kWake);
+        dbi::setEventReporter(
+            [this](const std::string&, int, const std::string&, const std::string& text) { reports.add(text); });
     }
 
     void TearDown() override {
         dbi::Notify::setDefaultWakeInterval(boost::posix_time::time_duration());
+        dbi::Notify::setDefaultWakeOnCommit(false);
+        dbi::setEventReporter({});
+        unsetenv("DBI_COMMIT_WATCH");
         SchemaDatabase::TearDown();
     }
 
@@ -73,9 +80,38 @@ protected:
 
     dbi::Notify notify;
     Inbox inbox;
+    Inbox reports;
+};
+
+// The ways of waking early: every interval, on commit, and on commit where
+// the files cannot be watched (the 5 ms fallback).
+struct WakeMode {
+    const char* name;
+    bool onCommit;
+    bool unwatchable;
+};
+
+class FastWakeModes : public FastWake, public ::testing::WithParamInterface<WakeMode> {
+protected:
+    void SetUp() override {
+        FastWake::SetUp();
+        if (GetParam().unwatchable) setenv("DBI_COMMIT_WATCH", "off", 1);
+        notify.setWakeOnCommit(GetParam().onCommit);  // over the interval
+    }
+
+    // The mode for every Notify made from now on.
+    void makeDefault() {
+        dbi::Notify::setDefaultWakeInterval(kWake);
+        dbi::Notify::setDefaultWakeOnCommit(GetParam().onCommit);
+    }
 };
 
 }  // namespace
+
+INSTANTIATE_TEST_SUITE_P(, FastWakeModes,
+                         ::testing::Values(WakeMode{"interval", false, false}, WakeMode{"commit", true, false},
+                                           WakeMode{"commitFallback", true, true}),
+                         [](const ::testing::TestParamInfo<WakeMode>& info) { return info.param.name; });
 
 TEST_F(FastWake, intervalsAreCheckedAndTheDefaultIsTakenAtConstruction) {
     EXPECT_EQ(boost::posix_time::time_duration(), dbi::Notify().getWakeInterval());
@@ -85,9 +121,15 @@ TEST_F(FastWake, intervalsAreCheckedAndTheDefaultIsTakenAtConstruction) {
     EXPECT_THROW(notify.setWakeInterval(boost::posix_time::milliseconds(-1)), std::invalid_argument);
     EXPECT_THROW(dbi::Notify::setDefaultWakeInterval(boost::posix_time::pos_infin), std::invalid_argument);
     EXPECT_EQ(kWake, notify.getWakeInterval());
+
+    EXPECT_FALSE(notify.getWakeOnCommit());
+    dbi::Notify::setDefaultWakeOnCommit(true);
+    EXPECT_TRUE(dbi::Notify().getWakeOnCommit());
+    notify.setWakeOnCommit(true);
+    EXPECT_TRUE(notify.getWakeOnCommit());
 }
 
-TEST_F(FastWake, anotherConnectionsCommitIsDeliveredWithinAFewIntervals) {
+TEST_P(FastWakeModes, anotherConnectionsCommitIsDeliveredWithinAFewIntervals) {
     listen();
     RunningNotify running(notify);
     for (std::size_t count = 1; count <= 3; ++count) {
@@ -97,12 +139,17 @@ TEST_F(FastWake, anotherConnectionsCommitIsDeliveredWithinAFewIntervals) {
         EXPECT_LT(timeUntil(count, start), kFast);
     }
     EXPECT_EQ(allPartitionIds(), inbox.texts());
+    // Falling back is reported once, with the reason; nothing else is.
+    const Texts expected = {
+        "Cannot watch the database for commits (turned off by DBI_COMMIT_WATCH=off); "
+        "checking for them every 5 ms instead"};
+    EXPECT_EQ(GetParam().unwatchable ? expected : Texts(), reports.texts());
 }
 
 // Rows that listeners write on the dispatcher's own connection leave its
 // data version alone; they come with the read that follows every batch.
 // Rows other connections commit during a batch wake the next wait.
-TEST_F(FastWake, rowsWrittenDuringABatchComeOnceAndInOrder) {
+TEST_P(FastWakeModes, rowsWrittenDuringABatchComeOnceAndInOrder) {
     int batches = 0;
     listen([&] {
         if (++batches > 4) return;
@@ -117,22 +164,16 @@ TEST_F(FastWake, rowsWrittenDuringABatchComeOnceAndInOrder) {
     EXPECT_EQ(allPartitionIds(), inbox.texts());
 }
 
-// Both with and without wake checks, well under the 5-second poll.
-TEST_F(FastWake, stopEndsTheWaitBetweenChecksAtOnce) {
-    for (const auto& wake : {kWake, boost::posix_time::time_duration()}) {
-        dbi::Notify stoppable;
-        stoppable.setWakeInterval(wake);
-        Clock::time_point stopped;
-        {
-            RunningNotify running(stoppable);
-            boost::this_thread::sleep_for(boost::chrono::milliseconds(300));
-            stopped = Clock::now();
-        }
-        EXPECT_LT(Clock::now() - stopped, kFast) << wake.total_milliseconds() << " ms";
+TEST_P(FastWakeModes, stopEndsTheWaitBetweenChecksAtOnce) {
+    Clock::time_point stopped;
+    {
+        RunningNotify running(notify);
+        boost::this_thread::sleep_for(boost::chrono::milliseconds(300));
+        stopped = Clock::now();
     }
 }
 
-TEST_F(FastWake, theJournalIsStillPolledWhenTheVersionCheckFails) {
+TEST_P(FastWakeModes, theJournalIsStillPolledWhenTheVersionCheckFails) {
     listen([] { sqlite3_set_authorizer(dbi::DBManager::getConnection().get(), denyDataVersion, nullptr); });
     RunningNotify running(notify);
     addPartition();
@@ -144,4 +185,22 @@ TEST_F(FastWake, theJournalIsStillPolledWhenTheVersionCheckFails) {
     addPartition();
     EXPECT_GT(timeUntil(2, start), boost::chrono::seconds(1));
     EXPECT_EQ(allPartitionIds(), inbox.texts());
+}
+
+// The directory is watched, not the files: the write-ahead log need not exist
+// when the watch starts, and writers that come and go are all seen.
+TEST_F(FastWake, commitsAreSeenWhenTheLogIsCreatedAfterTheWatchStarts) {
+    notify.setWakeOnCommit(true);
+    listen();
+    dbi::DBManager::swapConnection({});  // the last connection: its log goes
+    ASSERT_NE(0, access((path + "-wal").c_str(), F_OK));
+    RunningNotify running(notify);
+    for (std::size_t count = 1; count <= 3; ++count) {
+        boost::this_thread::sleep_for(boost::chrono::milliseconds(100));
+        const Clock::time_point start = Clock::now();
+        addPartitionElsewhere();
+        EXPECT_LT(timeUntil(count, start), kFast);
+    }
+    EXPECT_EQ(allPartitionIds(), inbox.texts());
+    EXPECT_EQ(Texts(), reports.texts());
 }

@@ -2,6 +2,7 @@
 #define DBI_NOTIFY_H
 
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -18,12 +19,14 @@
 
 namespace dbi {
 
+class CommitWatcher;
+
 /// Turns rows of the change journal (library_event) into listener calls.
 /// The owner registers listeners, starts one thread on the object
 /// (boost::thread(boost::ref(notify))), and ends it with stop() and a join.
-/// The journal is polled every 5 seconds, or at once when another connection
-/// commits if a wake interval is set; every listener runs on that thread,
-/// one at a time. Only journal rows written after the first listener
+/// The journal is polled every 5 seconds, or soon after another connection
+/// commits if wake on commit or a wake interval is set; every listener runs
+/// on that thread, one at a time. Only journal rows written after the first listener
 /// registered (or the thread started) are delivered. Register listeners for
 /// new keys before the thread starts; a stopped object cannot run again.
 class DBI_EXPORT Notify : private boost::noncopyable {
@@ -36,8 +39,23 @@ public:
     /// The listeners of one table and action.
     using Signal = boost::signals2::signal<void(int, const std::string&, const std::string&)>;
 
-    /// Takes the default wake interval in force at construction.
+    /// Takes the default wake interval and wake on commit in force at
+    /// construction.
     Notify();
+    ~Notify();
+
+    /// Wake on commit: sleeps until the database file or its write-ahead log
+    /// is written to, and reads the journal as soon as another connection (of
+    /// any process) has committed; no timer runs but the 5-second poll. Takes
+    /// precedence over a wake interval. Where the files cannot be watched,
+    /// run() reports why, once, and checks every 5 ms instead. Call before
+    /// run(). Off by default.
+    void setWakeOnCommit(bool on);
+    /// Whether wake on commit is on.
+    bool getWakeOnCommit() const { return commitWatcher != nullptr; }
+    /// Wake on commit for every Notify constructed afterwards, including the
+    /// one the free sendCommand creates. Off unless set. Thread-safe.
+    static void setDefaultWakeOnCommit(bool on);
 
     /// Fast wake: while waiting, checks every `interval` whether another
     /// connection (of any process) committed, and reads the journal at once
@@ -65,9 +83,9 @@ public:
 
     /// The thread body; returns after stop(). A listener's exception is
     /// reported, and the whole batch is delivered again 5 seconds later.
-    /// With a wake interval, a delivered batch is followed by another read at
-    /// once: rows that listeners wrote on this thread's connection wake
-    /// nothing.
+    /// With either kind of wake, a delivered batch is followed by another
+    /// read at once: rows that listeners wrote on this thread's connection
+    /// wake nothing.
     void run();
     /// run(), so that boost::thread can start the object by reference.
     void operator()() { run(); }
@@ -82,11 +100,15 @@ private:
     void primeOnce();
     /// True when it delivered a batch.
     bool pollJournal();
+    /// Whether run() can sleep on the commit watcher; reports why not.
+    bool commitWatchReady();
 
     std::map<std::string, boost::shared_ptr<Signal>> listeners;
     /// 64-bit: journal ids outgrow int on a long-lived appliance.
     long long nextId;
     boost::posix_time::time_duration wakeInterval;
+    /// Set while wake on commit is on; stop() wakes it.
+    std::unique_ptr<CommitWatcher> commitWatcher;
     boost::promise<void> stopPromise;
     boost::once_flag primed = BOOST_ONCE_INIT;
 };

@@ -1,5 +1,6 @@
 #include "dbi/Notify.h"
 
+#include <algorithm>
 #include <atomic>
 #include <climits>
 #include <cmath>
@@ -9,7 +10,9 @@
 #include <boost/bind/bind.hpp>
 #include <boost/thread/thread.hpp>
 
+#include "CommitWatcher.h"
 #include "DataVersion.h"
+#include "dbi/Configure.h"
 #include "dbi/EventReporter.h"
 #include "dbi/Query.h"
 
@@ -20,9 +23,19 @@ const char* const ConditionString[3] = {"INSERT", "UPDATE", "DELETE"};
 namespace {
 
 const boost::chrono::seconds kPollInterval(5);
+// The wake interval used where commits cannot be watched.
+const boost::posix_time::time_duration kFallbackWake = boost::posix_time::milliseconds(5);
+// When a change was seen but the data version has not moved yet, it is read
+// again at these times after the change (in microseconds): the kernel reports
+// a commit's last write before the commit is visible to readers, by as long
+// as the log's sync takes. Closely at first, then doubling up to a second.
+const long kRechecks[] = {0, 100, 300, 1000, 2000, 4000, 8000, 16000, 32000, 64000, 128000, 256000, 512000, 1024000};
 
 // The wake interval new Notify objects take, in microseconds.
 std::atomic<long long> defaultWakeMicroseconds(0);
+std::atomic<bool> defaultWakeOnCommit(false);
+
+using Clock = boost::chrono::steady_clock;
 
 long long parseId(const std::string& text) { return std::strtoll(text.c_str(), nullptr, 10); }
 
@@ -57,7 +70,6 @@ void waitForNextPoll(boost::unique_future<void>& stopped, boost::posix_time::tim
         stopped.wait_for(kPollInterval);
         return;
     }
-    using Clock = boost::chrono::steady_clock;
     const Clock::time_point deadline = Clock::now() + kPollInterval;
     const boost::chrono::microseconds step(wake.total_microseconds());
     for (Clock::time_point now = Clock::now(); now < deadline; now = Clock::now()) {
@@ -67,9 +79,48 @@ void waitForNextPoll(boost::unique_future<void>& stopped, boost::posix_time::tim
     }
 }
 
+// Waits until stop(), the poll interval, or a commit of another connection
+// since `version` was marked. The re-checks run from `lastChange`, the files'
+// latest change, which this updates: they go on across a read, since the
+// events of a commit still on its way may have been taken before it.
+void waitForCommit(CommitWatcher& watcher, DataVersion& version, Clock::time_point& lastChange) {
+    const Clock::time_point deadline = Clock::now() + kPollInterval;
+    for (;;) {
+        const Clock::time_point now = Clock::now();
+        if (now >= deadline) return;
+        Clock::time_point until = deadline;
+        for (const long after : kRechecks) {
+            const Clock::time_point recheck = lastChange + boost::chrono::microseconds(after);
+            if (recheck > now) {
+                until = std::min(deadline, recheck);
+                break;
+            }
+        }
+        const CommitWatcher::Outcome outcome =
+            watcher.wait(boost::chrono::duration_cast<boost::chrono::microseconds>(until - now));
+        if (outcome == CommitWatcher::WOKEN) return;
+        if (outcome == CommitWatcher::CHANGED)
+            lastChange = Clock::now();
+        else if (until == deadline)
+            return;
+        if (version.changed()) return;
+    }
+}
+
 }  // namespace
 
-Notify::Notify() : nextId(-1), wakeInterval(boost::posix_time::microseconds(defaultWakeMicroseconds.load())) {}
+Notify::Notify() : nextId(-1), wakeInterval(boost::posix_time::microseconds(defaultWakeMicroseconds.load())) {
+    setWakeOnCommit(defaultWakeOnCommit);
+}
+
+Notify::~Notify() = default;
+
+void Notify::setWakeOnCommit(bool on) {
+    if (on == getWakeOnCommit()) return;
+    commitWatcher = on ? std::make_unique<CommitWatcher>() : nullptr;
+}
+
+void Notify::setDefaultWakeOnCommit(bool on) { defaultWakeOnCommit = on; }
 
 void Notify::setWakeInterval(boost::posix_time::time_duration interval) {
     wakeInterval = checkedWakeInterval(interval);
@@ -131,10 +182,22 @@ bool Notify::pollJournal() {
     return true;
 }
 
+bool Notify::commitWatchReady() {
+    if (!commitWatcher) return false;
+    if (commitWatcher->watch(Configure::getDatabaseName())) return true;
+    reportEvent("shlibs/dbi/Notify.cpp", __LINE__, "run",
+                "Cannot watch the database for commits (" + commitWatcher->failure() +
+                    "); checking for them every 5 ms instead");
+    return false;
+}
+
 void Notify::run() {
     boost::unique_future<void> stopped = stopPromise.get_future();
-    const bool waking = wakeInterval.total_microseconds() != 0;
+    const bool watching = commitWatchReady();
+    const boost::posix_time::time_duration interval = getWakeOnCommit() && !watching ? kFallbackWake : wakeInterval;
+    const bool waking = watching || interval.total_microseconds() != 0;
     DataVersion version;
+    Clock::time_point lastChange = Clock::now();  // the files may have changed before the watch began
     while (!stopped.is_ready()) {
         // Marked before the read, so a commit during it still wakes the wait.
         if (waking) version.mark();
@@ -149,10 +212,16 @@ void Notify::run() {
         }
         // Listeners' writes on this connection leave its data version alone.
         if (waking && delivered) continue;
-        waitForNextPoll(stopped, wakeInterval, version);
+        if (watching)
+            waitForCommit(*commitWatcher, version, lastChange);
+        else
+            waitForNextPoll(stopped, interval, version);
     }
 }
 
-void Notify::stop() { stopPromise.set_value(); }
+void Notify::stop() {
+    stopPromise.set_value();
+    if (commitWatcher) commitWatcher->wake();
+}
 
 }  // namespace dbi

@@ -83,7 +83,12 @@ void waitForStopSignal() {
 
 // --wake MS: this process's dispatchers look for other processes' commits
 // every MS milliseconds instead of only polling every 5 seconds.
+// --wake commit: they sleep until the database files are written to.
 void applyWakeOption(const dbictl::Arguments& args) {
+    if (args.text("wake", "") == "commit") {
+        dbi::Notify::setDefaultWakeOnCommit(true);
+        return;
+    }
     const int milliseconds = args.integer("wake", 0);
     if (milliseconds < 0) throw dbictl::UsageError("option '--wake' must not be negative");
     dbi::Notify::setDefaultWakeInterval(boost::posix_time::milliseconds(milliseconds));
@@ -95,6 +100,15 @@ void dispatchUntilStopped(dbi::Notify& notify) {
     waitForStopSignal();
     notify.stop();
     dispatcher.join();
+}
+
+// --clock: the monotonic clock, which every process shares, in seconds with
+// microseconds, so that lines of two processes can be compared for timing.
+std::string clockNow() {
+    const boost::chrono::duration<double> since = boost::chrono::steady_clock::now().time_since_epoch();
+    std::ostringstream out;
+    out << std::fixed << std::setprecision(6) << since.count();
+    return out.str();
 }
 
 std::string now() {
@@ -166,13 +180,14 @@ int watch(const dbictl::Arguments& args) {
             "AND name NOT LIKE 'sqlite%'");
         for (int row = 1; row <= names.get<1>(); ++row) tables.push_back(names.get<0>().get()[row]);
     }
+    const bool clock = args.has("clock");
     dbi::Notify notify;
     for (const std::string& table : tables) {
         for (const char* action : {"INSERT", "UPDATE", "DELETE", "state_id"}) {
             notify.addListener(
                 table,
-                [table, action](int row, const std::string& from, const std::string& to) {
-                    std::cout << now() << "  " << table << " #" << row << " " << action;
+                [table, action, clock](int row, const std::string& from, const std::string& to) {
+                    std::cout << (clock ? clockNow() : now()) << "  " << table << " #" << row << " " << action;
                     if (!from.empty() || !to.empty()) std::cout << " " << from << " -> " << to;
                     std::cout << std::endl;
                 },
@@ -275,11 +290,22 @@ int send(const dbictl::Arguments& args) {
 int event(const dbictl::Arguments& args) {
     const int source = args.integer("source");
     const int operation = args.integer("operation");
+    const int count = args.integer("count", 1);
+    if (count < 1) throw dbictl::UsageError("option '--count' must be at least 1");
+    const int every = args.integer("every", 0);
+    if (every < 0) throw dbictl::UsageError("option '--every' must not be negative");
     openDatabase(args.database(), false);
-    dbi::CommandResponseHelper::sendEvent(static_cast<CROperation::enum_type>(operation),
-                                          static_cast<CREndpoint::enum_type>(source), args.text("arg", ""),
-                                          args.integer("int", 0));
-    std::cout << "posted event #" << dbi::Transaction::getDefaultTransaction().lastRowId() << "\n";
+    auto next = boost::chrono::steady_clock::now();
+    for (int posted = 0; posted < count; ++posted) {
+        boost::this_thread::sleep_until(next);
+        next += boost::chrono::milliseconds(every);
+        dbi::CommandResponseHelper::sendEvent(static_cast<CROperation::enum_type>(operation),
+                                              static_cast<CREndpoint::enum_type>(source), args.text("arg", ""),
+                                              args.integer("int", 0));
+        // Flushed: a reader of a pipe learns of each commit as it happens.
+        if (args.has("clock")) std::cout << clockNow() << "  ";
+        std::cout << "posted event #" << dbi::Transaction::getDefaultTransaction().lastRowId() << std::endl;
+    }
     return 0;
 }
 
@@ -287,18 +313,22 @@ const std::vector<Subcommand>& subcommands() {
     static const std::vector<Subcommand> all = {
         {"init", "init DB", "Creates DB from the schema, with the lookup rows of the known endpoints and operations.",
          {}, init},
-        {"watch", "watch DB [--table T] [--wake MS]",
-         "Prints journal events as a dispatcher delivers them, until interrupted.",
-         {"table", "wake"}, watch},
-        {"respond", "respond DB --endpoint N --operation M [--result R] [--text S] [--wake MS]",
+        {"watch", "watch DB [--table T] [--wake MS|commit] [--clock]",
+         "Prints journal events as a dispatcher delivers them, until interrupted.\n"
+         "--clock stamps them with the monotonic clock (seconds), for timing against event --clock.",
+         {"table", "wake"}, watch, {"clock"}},
+        {"respond", "respond DB --endpoint N --operation M [--result R] [--text S] [--wake MS|commit]",
          "Accepts and completes commands from endpoint N asking for operation M, until interrupted.",
          {"endpoint", "operation", "result", "text", "wake"}, respond},
-        {"send", "send DB --source N --operation M --target K [--arg S] [--int I] [--timeout SECONDS] [--wake MS]",
+        {"send",
+         "send DB --source N --operation M --target K [--arg S] [--int I] [--timeout SECONDS] [--wake MS|commit]",
          "Sends one command and waits for its answer (default time-out 60 s).\n"
          "Exit status: 0 answered, 3 timed out, 1 failed.",
          {"source", "operation", "target", "arg", "int", "timeout", "wake"}, send},
-        {"event", "event DB --source N --operation M [--arg S] [--int I]", "Posts a one-way event.",
-         {"source", "operation", "arg", "int"}, event},
+        {"event", "event DB --source N --operation M [--arg S] [--int I] [--count C [--every MS]] [--clock]",
+         "Posts a one-way event, or C of them, each in its own commit, one every MS milliseconds.\n"
+         "--clock stamps each with the monotonic clock (seconds) after its commit.",
+         {"source", "operation", "arg", "int", "count", "every"}, event, {"clock"}},
         {"show", "show DB TABLE [--where CONDITION] [--order COLUMN] [--limit N] [--json]",
          "Prints the rows of TABLE (ordered by id unless --order is given) as an aligned table,\n"
          "or one JSON object per row with --json. CONDITION is an SQL condition on the table's columns.\n"
@@ -334,7 +364,9 @@ int runSubcommand(const Subcommand& subcommand, const std::vector<std::string>& 
             std::cout << "usage: dbictl " << subcommand.usage << "\n" << subcommand.help << "\n";
             if (subcommand.options.count("wake"))
                 std::cout << "--wake MS looks for other processes' commits every MS milliseconds, so each hop\n"
-                             "takes milliseconds instead of up to 5 s (default 0: journal polls only).\n";
+                             "takes milliseconds instead of up to 5 s (default 0: journal polls only).\n"
+                             "--wake commit sleeps until the database is written to and wakes within a\n"
+                             "millisecond of another process's commit, with no timer running meanwhile.\n";
             return 0;
         }
     }
