@@ -1,5 +1,4 @@
 #include <signal.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -9,8 +8,6 @@
 #include <map>
 
 #include "support/ChannelSupport.h"
-
-extern char** environ;
 
 namespace {
 
@@ -23,21 +20,7 @@ public:
         std::vector<std::string> words;
         boost::split(words, std::string(DBICTL_COMMAND), boost::is_any_of("|"));
         words.insert(words.end(), arguments.begin(), arguments.end());
-        std::vector<char*> argv;
-        for (std::string& word : words) argv.push_back(&word[0]);
-        argv.push_back(nullptr);
-
-        int pipeEnds[2];
-        if (pipe(pipeEnds) != 0) throw std::runtime_error("pipe");
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_adddup2(&actions, pipeEnds[1], STDOUT_FILENO);
-        posix_spawn_file_actions_addclose(&actions, pipeEnds[0]);
-        const int failed = posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), environ);
-        posix_spawn_file_actions_destroy(&actions);
-        close(pipeEnds[1]);
-        if (failed) throw std::runtime_error("cannot start " + words[0]);
-        output = fdopen(pipeEnds[0], "r");
+        output = dbitest::spawnReadingOutput(words, pid);
     }
 
     // The next line it printed; false once it closed its output.

@@ -36,18 +36,10 @@ std::vector<std::string> Inbox::texts() {
     return received;
 }
 
-Responder::Responder(const std::string& command, const std::string& database, const std::string& text,
-                     std::vector<std::string> options) {
-    std::vector<std::string> words;
-    boost::split(words, command, boost::is_any_of("|"));
-    for (const char* word :
-         {"respond", database.c_str(), "--endpoint", "1", "--operation", "1", "--text", text.c_str()})
-        words.push_back(word);
-    words.insert(words.end(), options.begin(), options.end());
+FILE* spawnReadingOutput(std::vector<std::string> words, pid_t& pid) {
     std::vector<char*> argv;
     for (std::string& word : words) argv.push_back(&word[0]);
     argv.push_back(nullptr);
-
     int pipeEnds[2];
     if (pipe(pipeEnds) != 0) throw std::runtime_error("pipe");
     posix_spawn_file_actions_t actions;
@@ -58,7 +50,18 @@ Responder::Responder(const std::string& command, const std::string& database, co
     posix_spawn_file_actions_destroy(&actions);
     close(pipeEnds[1]);
     if (failed) throw std::runtime_error("cannot start " + words[0]);
-    output = fdopen(pipeEnds[0], "r");
+    return fdopen(pipeEnds[0], "r");
+}
+
+Responder::Responder(const std::string& command, const std::string& database, const std::string& text,
+                     std::vector<std::string> options) {
+    std::vector<std::string> words;
+    boost::split(words, command, boost::is_any_of("|"));
+    for (const char* word :
+         {"respond", database.c_str(), "--endpoint", "1", "--operation", "1", "--text", text.c_str()})
+        words.push_back(word);
+    words.insert(words.end(), options.begin(), options.end());
+    output = spawnReadingOutput(words, pid);
 }
 
 Responder::~Responder() {

@@ -48,6 +48,10 @@ private:
     boost::thread thread;
 };
 
+// Starts `words` (the program first) with its standard output on the
+// returned stream; the child's id goes to `pid`.
+FILE* spawnReadingOutput(std::vector<std::string> words, pid_t& pid);
+
 // A `dbictl respond` process answering operation 1 from endpoint 1 with
 // `text`; `command` is dbictl's command line, words split by "|". Stops the
 // process when destroyed.
