@@ -1,12 +1,8 @@
 #include "support/ChannelSupport.h"
 
-#include <signal.h>
 #include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <boost/algorithm/string/classification.hpp>
-#include <boost/algorithm/string/split.hpp>
 #include <boost/thread/lock_guard.hpp>
 
 extern char** environ;
@@ -51,37 +47,6 @@ FILE* spawnReadingOutput(std::vector<std::string> words, pid_t& pid) {
     close(pipeEnds[1]);
     if (failed) throw std::runtime_error("cannot start " + words[0]);
     return fdopen(pipeEnds[0], "r");
-}
-
-Responder::Responder(const std::string& command, const std::string& database, const std::string& text,
-                     std::vector<std::string> options) {
-    std::vector<std::string> words;
-    boost::split(words, command, boost::is_any_of("|"));
-    for (const char* word :
-         {"respond", database.c_str(), "--endpoint", "1", "--operation", "1", "--text", text.c_str()})
-        words.push_back(word);
-    words.insert(words.end(), options.begin(), options.end());
-    output = spawnReadingOutput(words, pid);
-}
-
-Responder::~Responder() {
-    if (output) stop();
-}
-
-bool Responder::waitUntilListening() {
-    char line[512];
-    while (fgets(line, sizeof line, output))
-        if (std::string(line).find("answering") != std::string::npos) return true;
-    return false;
-}
-
-int Responder::stop() {
-    kill(pid, SIGTERM);
-    int status = 0;
-    waitpid(pid, &status, 0);
-    fclose(output);
-    output = nullptr;
-    return status;
 }
 
 }  // namespace dbitest

@@ -52,24 +52,6 @@ private:
 // returned stream; the child's id goes to `pid`.
 FILE* spawnReadingOutput(std::vector<std::string> words, pid_t& pid);
 
-// A `dbictl respond` process answering operation 1 from endpoint 1 with
-// `text`; `command` is dbictl's command line, words split by "|". Stops the
-// process when destroyed.
-class Responder {
-public:
-    Responder(const std::string& command, const std::string& database, const std::string& text,
-              std::vector<std::string> options = {});
-    ~Responder();
-    // True once the responder said it is answering.
-    bool waitUntilListening();
-    // Ends the process; its wait status.
-    int stop();
-
-private:
-    pid_t pid = 0;
-    FILE* output = nullptr;
-};
-
 }  // namespace dbitest
 
 #endif
