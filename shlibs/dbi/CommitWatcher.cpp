@@ -66,7 +66,11 @@ bool CommitWatcher::watch(const std::string& databasePath) {
     return true;
 }
 
-CommitWatcher::Outcome CommitWatcher::wait(boost::chrono::microseconds timeout) {
+CommitWatcher::Outcome CommitWatcher::wait(boost::chrono::microseconds timeout) { return await(timeout, true); }
+
+CommitWatcher::Outcome CommitWatcher::sleep(boost::chrono::microseconds timeout) { return await(timeout, false); }
+
+CommitWatcher::Outcome CommitWatcher::await(boost::chrono::microseconds timeout, bool forChanges) {
     using Clock = boost::chrono::steady_clock;
     const Clock::time_point deadline = Clock::now() + timeout;
     pollfd watched[2] = {{wakeRead, POLLIN, 0}, {changes, POLLIN, 0}};
@@ -75,7 +79,7 @@ CommitWatcher::Outcome CommitWatcher::wait(boost::chrono::microseconds timeout) 
             0, boost::chrono::duration_cast<boost::chrono::microseconds>(deadline - Clock::now()).count());
         // Sub-millisecond waits need ppoll; poll counts whole milliseconds.
         const timespec limit = {static_cast<time_t>(left / 1000000), static_cast<long>(left % 1000000 * 1000)};
-        const int ready = ppoll(watched, 2, &limit, nullptr);
+        const int ready = ppoll(watched, forChanges ? 2 : 1, &limit, nullptr);
         if (ready < 0 && errno == EINTR) continue;
         if (ready < 0) nanosleep(&limit, nullptr);  // never a busy loop, even if ppoll keeps failing
         if (ready <= 0) return TIMED_OUT;

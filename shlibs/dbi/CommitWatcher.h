@@ -31,10 +31,15 @@ public:
     // Sleeps until a watched file changes, wake() or `timeout`. Every change
     // already queued is taken by one call, so a burst wakes it once.
     Outcome wait(boost::chrono::microseconds timeout);
+    // Sleeps until wake() or `timeout`; changes stay queued for the next wait.
+    Outcome sleep(boost::chrono::microseconds timeout);
+    // Drops the changes queued so far.
+    void forget() { takeChanges(); }
     // Ends the current wait, and every later one, at once.
     void wake();
 
 private:
+    Outcome await(boost::chrono::microseconds timeout, bool forChanges);
     // Consumes the queued change records; true if one names a watched file.
     bool takeChanges();
     bool fail(const std::string& what);

@@ -10,7 +10,9 @@ void DataVersion::mark() { marked = read(); }
 bool DataVersion::changed() {
     const boost::optional<long long> current = read();
     if (!current) return false;
-    return !marked || *current != *marked;
+    if (marked && *current == *marked) return false;
+    marked = current;
+    return true;
 }
 
 boost::optional<long long> DataVersion::read() {

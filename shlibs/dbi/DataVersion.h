@@ -19,7 +19,8 @@ class DataVersion {
 public:
     // Remembers the current version.
     void mark();
-    // True when the version differs from the mark, or nothing was marked.
+    // True when the version differs from the mark, or nothing was marked;
+    // a changed version becomes the mark, so the next commit shows again.
     // A failed read counts as no change: the caller falls back on polling.
     bool changed();
 

@@ -30,6 +30,8 @@ const boost::posix_time::time_duration kFallbackWake = boost::posix_time::millis
 // a commit's last write before the commit is visible to readers, by as long
 // as the log's sync takes. Closely at first, then doubling up to a second.
 const long kRechecks[] = {0, 100, 300, 1000, 2000, 4000, 8000, 16000, 32000, 64000, 128000, 256000, 512000, 1024000};
+// How long after a change its commit is waited for by re-checks alone.
+const boost::chrono::microseconds kSettleTime(2000);
 
 // The wake interval new Notify objects take, in microseconds.
 std::atomic<long long> defaultWakeMicroseconds(0);
@@ -82,9 +84,12 @@ void waitForNextPoll(boost::unique_future<void>& stopped, boost::posix_time::tim
 // Waits until stop(), the poll interval, or a commit of another connection
 // since `version` was marked. The re-checks run from `lastChange`, the files'
 // latest change, which this updates: they go on across a read, since the
-// events of a commit still on its way may have been taken before it.
+// events of a commit still on its way may have been taken before it. While a
+// seen change waits for its commit to show, further writes only wait for the
+// next re-check: a commit writes several times before it shows.
 void waitForCommit(CommitWatcher& watcher, DataVersion& version, Clock::time_point& lastChange) {
     const Clock::time_point deadline = Clock::now() + kPollInterval;
+    bool settling = false;
     for (;;) {
         const Clock::time_point now = Clock::now();
         if (now >= deadline) return;
@@ -96,14 +101,21 @@ void waitForCommit(CommitWatcher& watcher, DataVersion& version, Clock::time_poi
                 break;
             }
         }
-        const CommitWatcher::Outcome outcome =
-            watcher.wait(boost::chrono::duration_cast<boost::chrono::microseconds>(until - now));
+        const boost::chrono::microseconds left =
+            boost::chrono::duration_cast<boost::chrono::microseconds>(until - now);
+        const CommitWatcher::Outcome outcome = settling ? watcher.sleep(left) : watcher.wait(left);
         if (outcome == CommitWatcher::WOKEN) return;
         if (outcome == CommitWatcher::CHANGED)
             lastChange = Clock::now();
         else if (until == deadline)
             return;
-        if (version.changed()) return;
+        if (version.changed()) {
+            // The writes that came while settling were the commit's own; a
+            // later commit among them is still found by the re-checks.
+            if (settling) watcher.forget();
+            return;
+        }
+        settling = outcome == CommitWatcher::CHANGED || (settling && until - lastChange < kSettleTime);
     }
 }
 
@@ -197,10 +209,11 @@ void Notify::run() {
     const boost::posix_time::time_duration interval = getWakeOnCommit() && !watching ? kFallbackWake : wakeInterval;
     const bool waking = watching || interval.total_microseconds() != 0;
     DataVersion version;
+    // Marked before the first read, so a commit during it still wakes the
+    // wait; later marks are the versions the waits saw change.
+    if (waking) version.mark();
     Clock::time_point lastChange = Clock::now();  // the files may have changed before the watch began
     while (!stopped.is_ready()) {
-        // Marked before the read, so a commit during it still wakes the wait.
-        if (waking) version.mark();
         bool delivered = false;
         try {
             delivered = pollJournal();
