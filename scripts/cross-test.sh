@@ -1,5 +1,7 @@
 #!/usr/bin/env bash
-# Cross-builds dbi for a big-endian target and runs its tests under qemu-user.
+# Cross-builds dbi for a big-endian target, runs its tests under qemu-user,
+# then builds the target's Debian packages from the same tree and runs the
+# unpacked dbictl under qemu-user.
 # Usage: scripts/cross-test.sh powerpc|s390x
 # Env: DBI_CROSS_CACHE (sysroot cache, default ~/.cache/dbi-cross),
 #      DBI_CROSS_BUILD_DIR (default build-cross-<target> in the repository),
@@ -39,7 +41,8 @@ trap print_timings EXIT
 install_tools() {
   local pair missing=()
   for pair in "$TRIPLE-g++:g++-$TRIPLE" "$QEMU:qemu-user" cmake:cmake make:make g++:g++ \
-              perl:perl tclsh:tcl bison:bison xz:xz-utils dpkg-source:dpkg-dev; do
+              perl:perl tclsh:tcl bison:bison xz:xz-utils dpkg-source:dpkg-dev \
+              lintian:lintian file:file; do
     command -v "${pair%%:*}" >/dev/null || missing+=("${pair#*:}")
   done
   [ -f "$GTEST_SOURCE_DIR/CMakeLists.txt" ] || missing+=(googletest)
@@ -71,6 +74,7 @@ configure_project() {
     -DDBI_CROSS_SYSROOT="$SYSROOT" \
     -DDBI_GTEST_SOURCE_DIR="$GTEST_SOURCE_DIR" \
     -DDBI_BUILD_TESTS=ON -DDBI_BUILD_TOOLS=ON -DDBI_BUILD_BENCHMARKS=OFF \
+    -DCMAKE_INSTALL_PREFIX=/usr -DDBI_DEB_ARCHITECTURE="$TARGET" \
     -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_FLAGS_RELWITHDEBINFO="${DBI_CROSS_FLAGS:--O2 -DNDEBUG}"
 }
 
@@ -82,8 +86,23 @@ run_tests() {
   ctest --test-dir "$BUILD_DIR" --output-on-failure -j"$JOBS"
 }
 
+# The packages as the controller would install them: unpacked side by side,
+# the unpacked dbictl finds the unpacked libdbi and runs against a new database.
+check_packages() {
+  local packages=$BUILD_DIR/packages unpacked=$BUILD_DIR/packages/unpacked deb libdir
+  DBI_PACKAGE_BUILD_DIR=$BUILD_DIR DBI_PACKAGE_DIR=$packages "$REPO/scripts/package.sh" "$TARGET"
+  rm -rf "$unpacked"
+  for deb in "$packages"/*.deb; do dpkg-deb -x "$deb" "$unpacked"; done
+  libdir=$(dirname "$(find "$unpacked" -name 'libdbi.so.*' -type f | head -1)")
+  local dbictl=("$QEMU" -L "/usr/$TRIPLE" -E "LD_LIBRARY_PATH=$libdir" "$unpacked/usr/bin/dbictl")
+  "${dbictl[@]}" --version
+  "${dbictl[@]}" init "$unpacked/check.db"
+  "${dbictl[@]}" check "$unpacked/check.db"
+}
+
 phase "install tools" install_tools
 phase "sysroot" ensure_sysroot
 phase "configure" configure_project
 phase "build" build_project
 phase "tests under $QEMU" run_tests
+phase "packages" check_packages

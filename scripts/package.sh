@@ -3,7 +3,8 @@
 # them with lintian.
 # Usage: scripts/package.sh [powerpc]   (default: this machine's architecture)
 # Env: DBI_PACKAGE_DIR  where the .deb files go (default packages/ in the repository),
-#      DBI_PACKAGE_BUILD_DIR  build tree (default build-package[-<target>]).
+#      DBI_PACKAGE_BUILD_DIR  build tree (default build-package[-<target>]); a tree
+#        configured already (scripts/cross-test.sh's) is packaged as it stands.
 # A powerpc build needs the cross sysroot of scripts/cross-test.sh.
 set -euo pipefail
 
@@ -30,7 +31,8 @@ case $TARGET in
   *) echo "usage: $0 [powerpc]" >&2; exit 2 ;;
 esac
 
-cmake -S "$REPO" -B "$BUILD_DIR" "${cmake_args[@]}" >/dev/null
+[ -f "$BUILD_DIR/CMakeCache.txt" ] && [ -n "${DBI_PACKAGE_BUILD_DIR:-}" ] ||
+  cmake -S "$REPO" -B "$BUILD_DIR" "${cmake_args[@]}" >/dev/null
 cmake --build "$BUILD_DIR" -j2
 mkdir -p "$OUT" && rm -f "$OUT"/*.deb
 staging=$(mktemp -d)
