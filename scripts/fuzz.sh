@@ -19,21 +19,35 @@ cmake --build build-fuzz -j2 --target "${targets[@]}"
 
 runs=$PWD/build-fuzz/runs  # absolute: a target may change its working directory
 rm -rf "$runs"
-failed=0
-for target in "${targets[@]}"; do
-  work="$runs/$target"
+
+# Runs one target; its one-line outcome goes to $runs/<target>/outcome.
+fuzz() {
+  local target=$1 work="$runs/$1"
   mkdir -p "$work/corpus"
   cp tests/fuzz/corpus/"$target"/* "$work/corpus/"
   if build-fuzz/tests/fuzz/"$target" -max_total_time="$seconds" -print_final_stats=1 \
        -artifact_prefix="$work/" "$work/corpus" >"$work/log" 2>&1; then
     executed=$(sed -n 's/^stat::number_of_executed_units: *//p' "$work/log")
-    echo "$target: ${executed:-?} runs, no crash"
+    echo "$target: ${executed:-?} runs, no crash" >"$work/outcome"
   else
-    failed=1
     crash=$(find "$work" -maxdepth 1 -type f \( -name 'crash-*' -o -name 'leak-*' -o -name 'timeout-*' \
               -o -name 'oom-*' \) | head -n 1)
-    echo "$target: CRASH ${crash:-(no crash file)}; log: $work/log"
-    grep -m 5 -E 'ERROR|runtime error|SUMMARY' "$work/log" || true
+    { echo "$target: CRASH ${crash:-(no crash file)}; log: $work/log"
+      grep -m 5 -E 'ERROR|runtime error|SUMMARY' "$work/log" || true; } >"$work/outcome"
+    return 1
   fi
+}
+
+# One target per core at a time: each runs on one thread.
+cores=$(nproc)
+for target in "${targets[@]}"; do
+  while [ "$(jobs -rp | wc -l)" -ge "$cores" ]; do wait -n || true; done
+  fuzz "$target" &
+done
+wait || true
+failed=0
+for target in "${targets[@]}"; do
+  cat "$runs/$target/outcome"
+  grep -q CRASH "$runs/$target/outcome" && failed=1
 done
 exit "$failed"
