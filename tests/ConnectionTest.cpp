@@ -12,13 +12,9 @@ namespace {
 
 class Connection : public TestDatabase {};
 
-sqlite3* connectionOfNewThread(boost::shared_ptr<sqlite3>* keep = nullptr) {
+sqlite3* connectionOfNewThread() {
     sqlite3* seen = nullptr;
-    boost::thread worker([&] {
-        boost::shared_ptr<sqlite3> connection = dbi::DBManager::getConnection();
-        seen = connection.get();
-        if (keep) *keep = connection;
-    });
+    boost::thread worker([&] { seen = dbi::DBManager::getConnection().get(); });
     worker.join();
     return seen;
 }
@@ -31,14 +27,6 @@ TEST_F(Connection, isOnePerThreadAndInitialisedOnce) {
     EXPECT_NE(first.get(), connectionOfNewThread());
     EXPECT_EQ("wal", scalar("PRAGMA journal_mode"));
     EXPECT_EQ("1", scalar("PRAGMA foreign_keys"));
-}
-
-TEST_F(Connection, outlivesItsThreadOnlyWhileACopyIsHeld) {
-    boost::shared_ptr<sqlite3> kept;
-    connectionOfNewThread(&kept);
-    ASSERT_TRUE(kept);
-    EXPECT_EQ(1, kept.use_count());
-    EXPECT_EQ(SQLITE_OK, sqlite3_exec(kept.get(), "CREATE TABLE t (a)", nullptr, nullptr, nullptr));
 }
 
 TEST_F(Connection, openFailuresCarrySqlitesReasonAndAreTriedAgainLater) {
@@ -87,18 +75,6 @@ TEST_F(Connection, busySetUpIsBusyAndRetriedByStatements) {
     releaser.join();
     sqlite3_close(holder);
     EXPECT_EQ("wal", scalar("PRAGMA journal_mode"));
-}
-
-TEST_F(Connection, swapInstallsAndReturnsThePreviousConnection) {
-    EXPECT_FALSE(dbi::DBManager::swapConnection(boost::shared_ptr<sqlite3>()));
-    boost::shared_ptr<sqlite3> original = dbi::DBManager::getConnection();
-    sqlite3* other = nullptr;
-    ASSERT_EQ(SQLITE_OK, sqlite3_open(":memory:", &other));
-    boost::shared_ptr<sqlite3> replacement(other, sqlite3_close);
-    EXPECT_EQ(original, dbi::DBManager::swapConnection(replacement));
-    EXPECT_EQ(other, dbi::DBManager::getConnection().get());
-    EXPECT_EQ(replacement, dbi::DBManager::swapConnection(original));
-    EXPECT_EQ(original, dbi::DBManager::getConnection());
 }
 
 TEST_F(Connection, keepsItsFileWhenTheOptionsChangeLater) {

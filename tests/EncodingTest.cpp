@@ -89,7 +89,7 @@ TEST(DateTime, readsIsoCompactSpaceSeparatedAndNamedMonthForms) {
     }
 }
 
-TEST(Field, changesOnlyOnDifferentTextAndTypedSettersWriteDecimalAndLetters) {
+TEST(Field, changesOnlyOnDifferentTextAndTypedSettersWriteDecimal) {
     dbi::CharField field("name");
     field = std::string(dbi::DBI_UNKNOWN);
     EXPECT_FALSE(field.isModified());
@@ -99,9 +99,6 @@ TEST(Field, changesOnlyOnDifferentTextAndTypedSettersWriteDecimalAndLetters) {
     EXPECT_FALSE(field.isModified());
     EXPECT_EQ("-2147483648", dbi::IntegerField("i").setIntValue(INT_MIN).getValue());
     EXPECT_EQ(-9000000000LL, dbi::BigIntegerField("b").setIntValue(-9000000000LL).getIntValue());
-    std::ostringstream text;
-    text << dbi::sqlite_bool(true) << dbi::sqlite_bool(false);
-    EXPECT_EQ("tf", text.str());
 }
 
 TEST(Field, arraysDecodeLazilyAndCopiesAndSwapsCarryTheirCaches) {
