@@ -1,6 +1,3 @@
-#include <sys/wait.h>
-
-#include <boost/chrono.hpp>
 #include <boost/lexical_cast.hpp>
 #include <memory>
 
@@ -29,8 +26,7 @@ class Channel : public dbitest::SchemaDatabase {
 protected:
     // A responder on its own dispatcher: answers operation 1 from endpoint
     // 1 with result 7, unless told to leave commands accepted only.
-    void startResponder(bool answer, boost::posix_time::time_duration wake = {}) {
-        notify.setWakeInterval(wake);
+    void startResponder(bool answer) {
         helper.registerWithNotify(notify);
         helper.registerListener(
             [this, answer](const CommandResponse& accepted) {
@@ -48,7 +44,6 @@ protected:
 
     void TearDown() override {
         running.reset();
-        dbi::Notify::setDefaultWakeInterval(boost::posix_time::time_duration());
         SchemaDatabase::TearDown();
     }
 
@@ -103,37 +98,15 @@ TEST_F(Channel, eventsAreOneWayRowsInStateNew) {
                      "FROM library_commandresponse"));
 }
 
-// The responder runs on another thread, polling or waking on commits; with
-// fast wake no hop waits for a poll. Other processes: ProcessChannelModes.
-class CommandRoundTrip : public Channel, public ::testing::WithParamInterface<int> {};
-
-TEST_P(CommandRoundTrip, aCommandIsAnsweredBetweenThreads) {
-    const boost::posix_time::milliseconds wake(GetParam());
-    startResponder(true, wake);
-    // The sender's own dispatcher, made inside sendCommand, takes the default.
-    dbi::Notify::setDefaultWakeInterval(wake);
-    CommandResponse sent = command(CROperation::INVENTORY);
-    const auto start = boost::chrono::steady_clock::now();
-    const CommandResponse answer = dbi::sendCommand(sent, boost::posix_time::seconds(40));
-    // Well under the 5-second poll, which is what a missed wake would cost.
-    if (wake.total_milliseconds() > 0) {
-        EXPECT_LT(boost::chrono::steady_clock::now() - start, boost::chrono::seconds(3));
-    }
-    EXPECT_EQ(sent.m_id.getValue(), answer.m_id.getValue());
-    EXPECT_EQ("3", answer.m_stateId.getValue());
-    EXPECT_EQ("moved", answer.m_resultString.getValue());
-    EXPECT_EQ("7", answer.m_result.getValue());
-    EXPECT_EQ(std::vector<std::string>{"2"}, accepted_.texts());
-}
-
-INSTANTIATE_TEST_SUITE_P(Channel, CommandRoundTrip, ::testing::Values(0, 5),
-                         [](const auto& wake) { return wake.param ? "fastWake" : "poll"; });
-
-TEST_F(Channel, convenienceSendReturnsResultAndText) {
+// A round trip between threads, in the convenience form. Between processes
+// and with fast wake: ProcessChannelModes.
+TEST_F(Channel, aCommandIsAnsweredBetweenThreads) {
     startResponder(true);
     const std::pair<int, std::string> answer =
         dbi::sendCommand(CREndpoint::LIBRARY_MANAGER, CROperation::INVENTORY, "", 0, CREndpoint::MEDIA_MANAGER);
     EXPECT_EQ(std::make_pair(7, std::string("moved")), answer);
+    EXPECT_EQ(std::vector<std::string>{"2"}, accepted_.texts());
+    EXPECT_EQ("3", scalar("SELECT state_id FROM library_commandresponse"));
 }
 
 // A command nobody accepts times out after the acceptance wait; one
