@@ -33,13 +33,20 @@ TEST_F(BadInput, garbageDateTimesThrowWithoutOverflowingInTheParser) {
     }
 }
 
-// A bound text is refused whole, not run up to the NUL.
-TEST_F(BadInput, nulByteInABoundStatementTextIsRefusedWhole) {
+// A bound text must hold one statement: a second one, after a NUL byte or
+// a semicolon, gets the text refused whole, not run up to the first's end.
+TEST_F(BadInput, boundTextsWithASecondStatementAreRefusedWhole) {
     exec("CREATE TABLE t (a integer); INSERT INTO t VALUES (1)");
-    const char text[] = "UPDATE t SET a = 9 WHERE a = ?\0DELETE FROM t";
-    EXPECT_THROW(autocommit().execStatement(std::string(text, sizeof text - 1), {dbi::BoundValue::integer(1)}),
-                 dbi::DBIException<dbiresult::DBI_SQL_ERROR>);
-    EXPECT_EQ("1", outside("SELECT group_concat(a) FROM t"));
+    const char nul[] = "UPDATE t SET a = 9 WHERE a = ?\0DELETE FROM t";
+    const std::string refused[] = {std::string(nul, sizeof nul - 1), "UPDATE t SET a = 9 WHERE a = ?; DELETE FROM t",
+                                   "UPDATE t SET a = 9 WHERE a = ?; garbage"};
+    for (const std::string& text : refused)
+        EXPECT_THROW(autocommit().execStatement(text, {dbi::BoundValue::integer(1)}),
+                     dbi::DBIException<dbiresult::DBI_SQL_ERROR>)
+            << text;
+    autocommit().execStatement("INSERT INTO t VALUES (?); -- a comment\n ;  ", {dbi::BoundValue::integer(2)});
+    EXPECT_EQ(0, autocommit().execStatement(" -- nothing to run", dbi::BoundValues()).get<1>());
+    EXPECT_EQ("1,2", outside("SELECT group_concat(a) FROM t"));
 }
 
 TEST_F(BadInput, journalRowIdsWithoutDigitsGiveZeroAndHugeOnesSaturate) {

@@ -209,16 +209,6 @@ TEST_F(BoundStatement, resultOutlivesTheStatementsNextUseAndFailuresKeepItReady)
     EXPECT_EQ("1", scalar("SELECT count(*) FROM t WHERE a = 3 AND b IS NULL"));
 }
 
-TEST_F(BoundStatement, aTextWithSeveralStatementsIsRefusedWhole) {
-    EXPECT_THROW(run("INSERT INTO t VALUES (?, 'a'); DELETE FROM t", {BoundValue::integer(1)}),
-                 dbi::DBIException<dbiresult::DBI_SQL_ERROR>);
-    EXPECT_THROW(run("INSERT INTO t VALUES (?, 'a'); garbage", {BoundValue::integer(1)}),
-                 dbi::DBIException<dbiresult::DBI_SQL_ERROR>);
-    run("INSERT INTO t VALUES (?, 'b'); -- a comment\n ;  ", {BoundValue::integer(2)});
-    EXPECT_EQ(0, run(" -- nothing to run", {}).get<1>());
-    EXPECT_EQ("2", outside("SELECT group_concat(a) FROM t"));
-}
-
 TEST_F(BoundStatement, cacheIsBoundedAndReusesStatements) {
     for (int i = 0; i < 100; ++i) run("SELECT a FROM t WHERE a = ? + " + std::to_string(i), {BoundValue::integer(i)});
     sqlite3* connection = DBManager::getConnection().get();
