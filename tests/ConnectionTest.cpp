@@ -21,12 +21,24 @@ sqlite3* connectionOfNewThread() {
 
 }  // namespace
 
-TEST_F(Connection, isOnePerThreadAndInitialisedOnce) {
-    boost::shared_ptr<sqlite3> first = dbi::DBManager::getConnection();
-    EXPECT_EQ(first.get(), dbi::DBManager::getConnection().get());
-    EXPECT_NE(first.get(), connectionOfNewThread());
+// Set up once per thread, in WAL mode with foreign keys, its files made
+// under a cleared umask that is restored after; later options do not move
+// it to another file.
+TEST_F(Connection, isOnePerThreadSetUpOnceAndKeepsItsFile) {
+    const mode_t saved = umask(077);
+    sqlite3* first = dbi::DBManager::getConnection().get();
+    exec("CREATE TABLE t (a)");
+    EXPECT_EQ(077u, umask(saved));
+    struct stat info {};
+    ASSERT_EQ(0, stat((path + "-wal").c_str(), &info));
+    EXPECT_EQ(0644u, info.st_mode & 0777);
+    EXPECT_EQ(first, dbi::DBManager::getConnection().get());
+    EXPECT_NE(first, connectionOfNewThread());
     EXPECT_EQ("wal", scalar("PRAGMA journal_mode"));
     EXPECT_EQ("1", scalar("PRAGMA foreign_keys"));
+    dbi::Configure::setOptions(directory + "/other.db", SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX);
+    EXPECT_EQ(first, dbi::DBManager::getConnection().get());
+    EXPECT_EQ(path, sqlite3_db_filename(first, "main"));
 }
 
 TEST_F(Connection, openFailuresCarrySqlitesReasonAndAreTriedAgainLater) {
@@ -75,21 +87,4 @@ TEST_F(Connection, busySetUpIsBusyAndRetriedByStatements) {
     releaser.join();
     sqlite3_close(holder);
     EXPECT_EQ("wal", scalar("PRAGMA journal_mode"));
-}
-
-TEST_F(Connection, keepsItsFileWhenTheOptionsChangeLater) {
-    sqlite3* before = dbi::DBManager::getConnection().get();
-    dbi::Configure::setOptions(directory + "/other.db", SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX);
-    EXPECT_EQ(before, dbi::DBManager::getConnection().get());
-    EXPECT_EQ(path, sqlite3_db_filename(before, "main"));
-}
-
-TEST_F(Connection, opensWithClearedUmaskAndRestoresIt) {
-    const mode_t saved = umask(077);
-    dbi::DBManager::getConnection();
-    exec("CREATE TABLE t (a)");
-    EXPECT_EQ(077u, umask(saved));
-    struct stat info {};
-    ASSERT_EQ(0, stat((path + "-wal").c_str(), &info));
-    EXPECT_EQ(0644u, info.st_mode & 0777);
 }
