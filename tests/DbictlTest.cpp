@@ -202,6 +202,9 @@ TEST_F(Dbictl, runsExitWithTheirStatusAndSayWhy) {
         {{"show", "DB.missing", "library_element"}, 1, {}},
         {{"check", "DB"}, 0, {"integrity: ok\n", "commands: 1 completed\n", " rows, newest id ", "\nhealthy\n"}},
         {{"--version"}, 0, {std::string(dbi::version()) + "\n"}},
+        {{"--help"}, 0, {"usage: dbictl "}},
+        {{"send", "--help"}, 0, {"--wake commit sleeps"}},
+        {{"nosuch"}, 2, {"unknown subcommand 'nosuch'"}},
     };
     for (const auto& run : runs) {
         std::vector<std::string> arguments = run.arguments;
@@ -374,7 +377,20 @@ TEST_P(ProcessChannelModes, aCommandIsAnsweredByAnotherProcess) {
     EXPECT_LT(Clock::now() - start, boost::chrono::seconds(GetParam().boundSeconds));
     EXPECT_EQ("3", answer.m_stateId.getValue());
     EXPECT_EQ("from afar", answer.m_resultString.getValue());
+    std::vector<std::string> send = {"send", path, "--source", "1", "--operation", "1", "--target", "2"};
+    send.insert(send.end(), GetParam().option.begin(), GetParam().option.end());
+    const Outcome sent = dbictl(send);
+    EXPECT_EQ(0, sent.status) << sent.output;
+    EXPECT_TRUE(contains(sent.output, "answered") && contains(sent.output, "from afar")) << sent.output;
     EXPECT_TRUE(exitedWell(answering.stop()));
+}
+
+TEST_F(Dbictl, watchPrintsEveryJournalledChangeUntilStopped) {
+    DbictlProcess watcher({"watch", path, "--wake", "commit", "--clock"});
+    ASSERT_TRUE(watcher.waitFor("watching "));
+    exec("INSERT INTO library_partition (guid) VALUES ('g')");
+    EXPECT_TRUE(watcher.waitFor(" library_partition #1 INSERT"));
+    EXPECT_TRUE(exitedWell(watcher.stop()));
 }
 
 // Each commit of a busy writer in another process arrives once, in order,
