@@ -413,7 +413,7 @@ TEST_F(ProcessChannel, everyCommitOfAnotherProcessWakesTheDispatcher) {
         dbitest::RunningNotify running(notify);
         DbictlProcess writer({"event", path, "--source", "1", "--operation", "1", "--count", std::to_string(kCommits)});
         for (std::string line; writer.readLine(line);)
-            committed[std::stoi(line.substr(line.find('#') + 1))] = Clock::now();
+            if (contains(line, "#")) committed[std::stoi(line.substr(line.find('#') + 1))] = Clock::now();
         EXPECT_TRUE(exitedWell(writer.finish()));
         EXPECT_TRUE(inbox.waitFor(kCommits, 60));
     }
