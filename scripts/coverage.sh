@@ -9,6 +9,9 @@ cd "$(dirname "$0")/.."
 
 scripts/install-deps.sh gcovr
 
+# ccache's base_dir makes the recorded source paths relative, which gcovr
+# cannot resolve; this build keeps them absolute.
+unset CCACHE_BASEDIR
 build=build-coverage
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS=--coverage \
   -DCMAKE_EXE_LINKER_FLAGS=--coverage -DCMAKE_SHARED_LINKER_FLAGS=--coverage >/dev/null

@@ -7,7 +7,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 seconds=${1:-20}
-targets=(base64_fuzz number_array_fuzz date_time_fuzz result_table_fuzz journal_dispatch_fuzz statement_text_fuzz)
+targets=(encoding_fuzz result_table_fuzz journal_dispatch_fuzz statement_text_fuzz)
 
 scripts/install-deps.sh
 

@@ -1,6 +1,3 @@
-#include <sys/wait.h>
-
-#include <boost/chrono.hpp>
 #include <boost/lexical_cast.hpp>
 #include <memory>
 
@@ -29,8 +26,7 @@ class Channel : public dbitest::SchemaDatabase {
 protected:
     // A responder on its own dispatcher: answers operation 1 from endpoint
     // 1 with result 7, unless told to leave commands accepted only.
-    void startResponder(bool answer, boost::posix_time::time_duration wake = {}) {
-        notify.setWakeInterval(wake);
+    void startResponder(bool answer) {
         helper.registerWithNotify(notify);
         helper.registerListener(
             [this, answer](const CommandResponse& accepted) {
@@ -48,7 +44,6 @@ protected:
 
     void TearDown() override {
         running.reset();
-        dbi::Notify::setDefaultWakeInterval(boost::posix_time::time_duration());
         SchemaDatabase::TearDown();
     }
 
@@ -60,18 +55,20 @@ protected:
 
 }  // namespace
 
+// A model's zero fields match anything; a text argument is not compared.
 TEST(Matching, onlyZeroIsAWildcardAndFiveFieldsCount) {
     EXPECT_TRUE(dbi::match_cr_field(0, 5));
     EXPECT_TRUE(dbi::match_cr_field(-1, -1));
     EXPECT_FALSE(dbi::match_cr_field(-1, 0));
-    const CommandResponse any = row(0, 0, 0, 0, 0);
-    EXPECT_TRUE(dbi::matches_command_response_model(any, row(9, 1, 2, 3, 4)));
-    EXPECT_FALSE(dbi::matches_command_response_model(row(0, 0, 0, 1, 0), row(9, 1, 2, 3, 4)));
-    EXPECT_TRUE(dbi::matches_command_response_model(row(7, 0, 0, 0, 0), row(7, 1, 2, 3, 4)));
-    EXPECT_FALSE(dbi::matches_command_response_model(row(7, 0, 0, 0, 0), row(8, 1, 2, 3, 4)));
-    CommandResponse differentText = row(9, 1, 2, 3, 4);
-    differentText.m_stringArgument = std::string("ignored");
-    EXPECT_TRUE(dbi::matches_command_response_model(row(9, 1, 2, 3, 4), differentText));
+    CommandResponse stored = row(9, 1, 2, 3, 4);
+    stored.m_stringArgument = std::string("ignored");
+    const std::pair<CommandResponse, bool> models[] = {{row(0, 0, 0, 0, 0), true},
+                                                       {row(0, 0, 0, 1, 0), false},
+                                                       {row(9, 0, 0, 0, 0), true},
+                                                       {row(8, 0, 0, 0, 0), false},
+                                                       {row(9, 1, 2, 3, 4), true}};
+    for (const auto& [model, matches] : models)
+        EXPECT_EQ(matches, dbi::matches_command_response_model(model, stored)) << model.m_id.getValue();
 }
 
 TEST_F(Channel, onlyTheChangeFromAcceptedToCompletedIsEmitted) {
@@ -101,58 +98,35 @@ TEST_F(Channel, eventsAreOneWayRowsInStateNew) {
                      "FROM library_commandresponse"));
 }
 
-// The responder runs on another thread, polling or waking on commits; with
-// fast wake no hop waits for a poll. Other processes: ProcessChannelModes.
-class CommandRoundTrip : public Channel, public ::testing::WithParamInterface<int> {};
-
-TEST_P(CommandRoundTrip, aCommandIsAnsweredBetweenThreads) {
-    const boost::posix_time::milliseconds wake(GetParam());
-    startResponder(true, wake);
-    // The sender's own dispatcher, made inside sendCommand, takes the default.
-    dbi::Notify::setDefaultWakeInterval(wake);
-    CommandResponse sent = command(CROperation::INVENTORY);
-    const auto start = boost::chrono::steady_clock::now();
-    const CommandResponse answer = dbi::sendCommand(sent, boost::posix_time::seconds(40));
-    // Well under the 5-second poll, which is what a missed wake would cost.
-    if (wake.total_milliseconds() > 0) {
-        EXPECT_LT(boost::chrono::steady_clock::now() - start, boost::chrono::seconds(3));
-    }
-    EXPECT_EQ(sent.m_id.getValue(), answer.m_id.getValue());
-    EXPECT_EQ("3", answer.m_stateId.getValue());
-    EXPECT_EQ("moved", answer.m_resultString.getValue());
-    EXPECT_EQ("7", answer.m_result.getValue());
-    EXPECT_EQ(std::vector<std::string>{"2"}, accepted_.texts());
-}
-
-INSTANTIATE_TEST_SUITE_P(Channel, CommandRoundTrip, ::testing::Values(0, 5),
-                         [](const auto& wake) { return wake.param ? "fastWake" : "poll"; });
-
-TEST_F(Channel, convenienceSendReturnsResultAndText) {
+// A round trip between threads, in the convenience form. Between processes
+// and with fast wake: ProcessChannelModes.
+TEST_F(Channel, aCommandIsAnsweredBetweenThreads) {
     startResponder(true);
     const std::pair<int, std::string> answer =
         dbi::sendCommand(CREndpoint::LIBRARY_MANAGER, CROperation::INVENTORY, "", 0, CREndpoint::MEDIA_MANAGER);
     EXPECT_EQ(std::make_pair(7, std::string("moved")), answer);
-}
-
-TEST_F(Channel, aCommandNobodyAcceptsTimesOutAfterTheAcceptanceWait) {
-    startResponder(true);  // listens for another operation only
-    CommandResponse sent = command(CROperation::MOVE_MEDIUM);
-    const CommandResponse answer = dbi::sendCommand(sent, boost::posix_time::pos_infin);
-    EXPECT_EQ("4", answer.m_stateId.getValue());
-    EXPECT_EQ("16", answer.m_result.getValue());
-    EXPECT_EQ("Timed out", answer.m_resultString.getValue());
-    EXPECT_EQ("4|16|Timed out|1", scalar("SELECT state_id || '|' || result || '|' || result_string || '|' || "
-                                         "(end_time IS NOT NULL) FROM library_commandresponse"));
-    EXPECT_TRUE(accepted_.texts().empty());
-}
-
-TEST_F(Channel, anAcceptedCommandUnansweredInTimeIsGivenUp) {
-    startResponder(false);
-    CommandResponse sent = command(CROperation::INVENTORY);
-    const CommandResponse answer = dbi::sendCommand(sent, boost::posix_time::seconds(12));
     EXPECT_EQ(std::vector<std::string>{"2"}, accepted_.texts());
-    EXPECT_EQ("4", answer.m_stateId.getValue());
-    EXPECT_EQ("16", answer.m_result.getValue());
+    EXPECT_EQ("3", scalar("SELECT state_id FROM library_commandresponse"));
+}
+
+// A command nobody accepts times out after the acceptance wait; one
+// accepted but left unanswered is given up when its own wait ends.
+TEST_F(Channel, unansweredCommandsTimeOut) {
+    const struct {
+        bool accepted;
+        boost::posix_time::time_duration wait;
+    } cases[] = {{false, boost::posix_time::pos_infin}, {true, boost::posix_time::seconds(12)}};
+    startResponder(false);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.accepted ? "accepted" : "not accepted");
+        CommandResponse sent = command(c.accepted ? CROperation::INVENTORY : CROperation::MOVE_MEDIUM);
+        const CommandResponse answer = dbi::sendCommand(sent, c.wait);
+        EXPECT_EQ("4|16|Timed out|1", scalar("SELECT state_id || '|' || result || '|' || result_string || '|' || "
+                                             "(end_time IS NOT NULL) FROM library_commandresponse WHERE id = " +
+                                             answer.m_id.getValue()));
+        EXPECT_EQ("16", answer.m_result.getValue());
+    }
+    EXPECT_EQ(std::vector<std::string>{"2"}, accepted_.texts());
 }
 
 TEST_F(Channel, aFailedInsertLeavesNoRowAndStopsTheDispatcher) {

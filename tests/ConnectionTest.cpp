@@ -12,33 +12,33 @@ namespace {
 
 class Connection : public TestDatabase {};
 
-sqlite3* connectionOfNewThread(boost::shared_ptr<sqlite3>* keep = nullptr) {
+sqlite3* connectionOfNewThread() {
     sqlite3* seen = nullptr;
-    boost::thread worker([&] {
-        boost::shared_ptr<sqlite3> connection = dbi::DBManager::getConnection();
-        seen = connection.get();
-        if (keep) *keep = connection;
-    });
+    boost::thread worker([&] { seen = dbi::DBManager::getConnection().get(); });
     worker.join();
     return seen;
 }
 
 }  // namespace
 
-TEST_F(Connection, isOnePerThreadAndInitialisedOnce) {
-    boost::shared_ptr<sqlite3> first = dbi::DBManager::getConnection();
-    EXPECT_EQ(first.get(), dbi::DBManager::getConnection().get());
-    EXPECT_NE(first.get(), connectionOfNewThread());
+// Set up once per thread, in WAL mode with foreign keys, its files made
+// under a cleared umask that is restored after; later options do not move
+// it to another file.
+TEST_F(Connection, isOnePerThreadSetUpOnceAndKeepsItsFile) {
+    const mode_t saved = umask(077);
+    sqlite3* first = dbi::DBManager::getConnection().get();
+    exec("CREATE TABLE t (a)");
+    EXPECT_EQ(077u, umask(saved));
+    struct stat info {};
+    ASSERT_EQ(0, stat((path + "-wal").c_str(), &info));
+    EXPECT_EQ(0644u, info.st_mode & 0777);
+    EXPECT_EQ(first, dbi::DBManager::getConnection().get());
+    EXPECT_NE(first, connectionOfNewThread());
     EXPECT_EQ("wal", scalar("PRAGMA journal_mode"));
     EXPECT_EQ("1", scalar("PRAGMA foreign_keys"));
-}
-
-TEST_F(Connection, outlivesItsThreadOnlyWhileACopyIsHeld) {
-    boost::shared_ptr<sqlite3> kept;
-    connectionOfNewThread(&kept);
-    ASSERT_TRUE(kept);
-    EXPECT_EQ(1, kept.use_count());
-    EXPECT_EQ(SQLITE_OK, sqlite3_exec(kept.get(), "CREATE TABLE t (a)", nullptr, nullptr, nullptr));
+    dbi::Configure::setOptions(directory + "/other.db", SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX);
+    EXPECT_EQ(first, dbi::DBManager::getConnection().get());
+    EXPECT_EQ(path, sqlite3_db_filename(first, "main"));
 }
 
 TEST_F(Connection, openFailuresCarrySqlitesReasonAndAreTriedAgainLater) {
@@ -87,33 +87,4 @@ TEST_F(Connection, busySetUpIsBusyAndRetriedByStatements) {
     releaser.join();
     sqlite3_close(holder);
     EXPECT_EQ("wal", scalar("PRAGMA journal_mode"));
-}
-
-TEST_F(Connection, swapInstallsAndReturnsThePreviousConnection) {
-    EXPECT_FALSE(dbi::DBManager::swapConnection(boost::shared_ptr<sqlite3>()));
-    boost::shared_ptr<sqlite3> original = dbi::DBManager::getConnection();
-    sqlite3* other = nullptr;
-    ASSERT_EQ(SQLITE_OK, sqlite3_open(":memory:", &other));
-    boost::shared_ptr<sqlite3> replacement(other, sqlite3_close);
-    EXPECT_EQ(original, dbi::DBManager::swapConnection(replacement));
-    EXPECT_EQ(other, dbi::DBManager::getConnection().get());
-    EXPECT_EQ(replacement, dbi::DBManager::swapConnection(original));
-    EXPECT_EQ(original, dbi::DBManager::getConnection());
-}
-
-TEST_F(Connection, keepsItsFileWhenTheOptionsChangeLater) {
-    sqlite3* before = dbi::DBManager::getConnection().get();
-    dbi::Configure::setOptions(directory + "/other.db", SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX);
-    EXPECT_EQ(before, dbi::DBManager::getConnection().get());
-    EXPECT_EQ(path, sqlite3_db_filename(before, "main"));
-}
-
-TEST_F(Connection, opensWithClearedUmaskAndRestoresIt) {
-    const mode_t saved = umask(077);
-    dbi::DBManager::getConnection();
-    exec("CREATE TABLE t (a)");
-    EXPECT_EQ(077u, umask(saved));
-    struct stat info {};
-    ASSERT_EQ(0, stat((path + "-wal").c_str(), &info));
-    EXPECT_EQ(0644u, info.st_mode & 0777);
 }

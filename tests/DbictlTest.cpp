@@ -1,24 +1,73 @@
 // The operator's subcommands of dbictl, run as a separate process on a
-// database this test fills through the library.
-#include <dirent.h>
+// database this test fills through the library, and dbictl as the other
+// process that commands and commits come from.
 #include <fcntl.h>
+#include <signal.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
-#include <fstream>
-#include <memory>
-#include <set>
-
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/join.hpp>
 #include <boost/algorithm/string/split.hpp>
+#include <boost/chrono.hpp>
+#include <cstdio>
+#include <fstream>
+#include <map>
+#include <memory>
+#include <set>
 
 #include "support/ChannelSupport.h"
 
 namespace {
+
+using Clock = boost::chrono::steady_clock;
+
+// A dbictl process whose output and errors the test reads; ended by stop()
+// or finish().
+class DbictlProcess {
+public:
+    explicit DbictlProcess(std::vector<std::string> arguments) {
+        std::vector<std::string> words;
+        boost::split(words, std::string(DBICTL_COMMAND), boost::is_any_of("|"));
+        words.insert(words.end(), arguments.begin(), arguments.end());
+        output = dbitest::spawnReadingOutput(words, pid);
+    }
+
+    // The next line it printed; false once it closed its output.
+    bool readLine(std::string& line) {
+        char text[512];
+        if (!fgets(text, sizeof text, output)) return false;
+        line = text;
+        return true;
+    }
+
+    // True once it printed a line holding `text`.
+    bool waitFor(const std::string& text) {
+        for (std::string line; readLine(line);)
+            if (dbitest::contains(line, text)) return true;
+        return false;
+    }
+
+    // Its wait status after SIGTERM.
+    int stop() {
+        kill(pid, SIGTERM);
+        return finish();
+    }
+
+    // Its wait status once it ends by itself.
+    int finish() {
+        int status = 0;
+        waitpid(pid, &status, 0);
+        fclose(output);
+        return status;
+    }
+
+private:
+    pid_t pid = 0;
+    FILE* output = nullptr;
+};
 
 struct Outcome {
     int status;
@@ -26,26 +75,15 @@ struct Outcome {
 };
 
 Outcome dbictl(const std::vector<std::string>& arguments) {
-    std::vector<std::string> words;
-    boost::split(words, std::string(DBICTL_COMMAND), boost::is_any_of("|"));
-    words.insert(words.end(), arguments.begin(), arguments.end());
-    std::string command;
-    for (const std::string& word : words) {
-        std::string quoted = "'";
-        for (const char c : word) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-        command += quoted + "' ";
-    }
-    FILE* pipe = popen((command + "2>&1").c_str(), "r");
-    if (!pipe) throw std::runtime_error("cannot run " + command);
+    DbictlProcess process(arguments);
     Outcome run{0, ""};
-    char buffer[4096];
-    for (std::size_t got; (got = fread(buffer, 1, sizeof buffer, pipe)) > 0;) run.output.append(buffer, got);
-    const int status = pclose(pipe);
+    for (std::string line; process.readLine(line);) run.output += line;
+    const int status = process.finish();
     run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     return run;
 }
 
-bool contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+using dbitest::contains;
 
 // A process that runs `sql` on its own connection to `database` and keeps
 // it open, transaction and all, until destroyed; then it ends without
@@ -95,14 +133,6 @@ protected:
     // test starts hold the database (a child must not inherit it either).
     void closeConnection() { dbi::DBManager::swapConnection(boost::shared_ptr<sqlite3>()); }
 
-    // The names in the test's folder.
-    std::set<std::string> listing() {
-        std::set<std::string> names;
-        const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(directory.c_str()), closedir);
-        while (const dirent* entry = folder ? readdir(folder.get()) : nullptr) names.insert(entry->d_name);
-        return names;
-    }
-
     // Two elements of one partition; the second has NULL columns. Returns
     // the first one's bytes in base64, on one line.
     std::string addElements() {
@@ -136,7 +166,8 @@ TEST_F(Dbictl, showPrintsAnAlignedTableOrJsonThroughTheRecordClass) {
 
     const Outcome json = dbictl({"show", path, "library_element", "--json"});
     EXPECT_EQ(0, json.status) << json.output;
-    EXPECT_TRUE(contains(json.output, "{\"id\":1,\"slot_number\":7,") && contains(json.output, "\"element_full\":true") &&
+    EXPECT_TRUE(contains(json.output, "{\"id\":1,\"slot_number\":7,") &&
+                contains(json.output, "\"element_full\":true") &&
                 contains(json.output, "\"add_descriptor\":\"" + base64 + "\"") &&
                 contains(json.output, "{\"id\":9,\"slot_number\":3,") && contains(json.output, "\"volser\":null"))
         << json.output;
@@ -146,7 +177,7 @@ TEST_F(Dbictl, showPrintsAnAlignedTableOrJsonThroughTheRecordClass) {
 TEST_F(Dbictl, showFiltersOrdersAndLimits) {
     addElements();
     const Outcome run = dbictl({"show", path, "library_element", "--where", "volser IS NULL OR slot_number > 5",
-                            "--order", "slot_number", "--limit", "1", "--json"});
+                                "--order", "slot_number", "--limit", "1", "--json"});
     EXPECT_EQ(0, run.status) << run.output;
     EXPECT_EQ(0u, run.output.find("{\"id\":9,")) << run.output;
     EXPECT_EQ(1, std::count(run.output.begin(), run.output.end(), '\n')) << run.output;
@@ -155,8 +186,9 @@ TEST_F(Dbictl, showFiltersOrdersAndLimits) {
 // Each run's exit status (0 done, 1 failed, 2 misused) and the texts its
 // output holds; "DB" stands for the test's database.
 TEST_F(Dbictl, runsExitWithTheirStatusAndSayWhy) {
-    exec("INSERT INTO library_commandresponse (source_id, operation_id, target_id, start_time, state_id) "
-         "VALUES (1, 1, 2, datetime('now', '-5 minutes'), 3)");
+    exec(
+        "INSERT INTO library_commandresponse (source_id, operation_id, target_id, start_time, state_id) "
+        "VALUES (1, 1, 2, datetime('now', '-5 minutes'), 3)");
     const struct {
         std::vector<std::string> arguments;
         int status;
@@ -170,6 +202,9 @@ TEST_F(Dbictl, runsExitWithTheirStatusAndSayWhy) {
         {{"show", "DB.missing", "library_element"}, 1, {}},
         {{"check", "DB"}, 0, {"integrity: ok\n", "commands: 1 completed\n", " rows, newest id ", "\nhealthy\n"}},
         {{"--version"}, 0, {std::string(dbi::version()) + "\n"}},
+        {{"--help"}, 0, {"usage: dbictl "}},
+        {{"send", "--help"}, 0, {"--wake commit sleeps"}},
+        {{"nosuch"}, 2, {"unknown subcommand 'nosuch'"}},
     };
     for (const auto& run : runs) {
         std::vector<std::string> arguments = run.arguments;
@@ -206,20 +241,20 @@ TEST_F(Dbictl, checkReportsTheSizeAndTheNewestBackup) {
 
 TEST_F(Dbictl, checkListsWhatIsWrong) {
     exec("PRAGMA foreign_keys = OFF");
-    exec("INSERT INTO library_commandresponse (source_id, operation_id, target_id, start_time, state_id) VALUES "
-         "(1, 1, 2, datetime('now', '-2 minutes'), 2), (1, 1, 2, datetime('now'), 1), "
-         "(1, 1, 0, datetime('now', '-2 minutes'), 1), (1, 9, 2, datetime('now'), 3)");
+    exec(
+        "INSERT INTO library_commandresponse (source_id, operation_id, target_id, start_time, state_id) VALUES "
+        "(1, 1, 2, datetime('now', '-2 minutes'), 2), (1, 1, 2, datetime('now'), 1), "
+        "(1, 1, 0, datetime('now', '-2 minutes'), 1), (1, 9, 2, datetime('now'), 3)");
     exec("DELETE FROM library_crstate WHERE id = 4");
     exec("DROP TABLE vigil_settings");
     const Outcome run = dbictl({"check", path, "--backups", directory + "/none"});
     EXPECT_EQ(1, run.status) << run.output;
-    EXPECT_TRUE(contains(run.output, "5 findings:\n")) << run.output;
-    EXPECT_TRUE(contains(run.output, "backup directory " + directory + "/none: No such file")) << run.output;
-    EXPECT_TRUE(contains(run.output, "command #1 still accepted since")) << run.output;
-    EXPECT_TRUE(contains(run.output, "library_commandresponse row 4 refers to a missing library_croperation row"))
-        << run.output;
-    EXPECT_TRUE(contains(run.output, "library_crstate lacks the row of state 4")) << run.output;
-    EXPECT_TRUE(contains(run.output, "table vigil_settings is missing")) << run.output;
+    for (const std::string& finding :
+         std::vector<std::string>{"5 findings:\n", "backup directory " + directory + "/none: No such file",
+                                  "command #1 still accepted since",
+                                  "library_commandresponse row 4 refers to a missing library_croperation row",
+                                  "library_crstate lacks the row of state 4", "table vigil_settings is missing"})
+        EXPECT_TRUE(contains(run.output, finding)) << finding << " in " << run.output;
 }
 
 TEST_F(Dbictl, restoreRefusesABadBackupOrADatabaseInUseAndChangesNothing) {
@@ -258,12 +293,12 @@ TEST_F(Dbictl, restoreRefusesABadBackupOrADatabaseInUseAndChangesNothing) {
             ASSERT_TRUE(holder->started);
         }
         const std::string before = dbitest::readFile(path);
-        const std::set<std::string> names = listing();
+        const std::set<std::string> names = dbitest::listing(directory);
         const Outcome run = dbictl({"restore", c.file, path});
         EXPECT_EQ(1, run.status) << run.output;
         EXPECT_TRUE(contains(run.output, "refused: ") && contains(run.output, c.refusal)) << run.output;
         EXPECT_EQ(before, dbitest::readFile(path));
-        EXPECT_EQ(names, listing());
+        EXPECT_EQ(names, dbitest::listing(directory));
     }
 }
 
@@ -281,9 +316,118 @@ TEST_F(Dbictl, restorePutsTheBackupInPlaceWithoutReplayingTheOldLog) {
     const Outcome run = dbictl({"restore", backup, path});
     EXPECT_EQ(0, run.status) << run.output;
     EXPECT_EQ("2", scalar("SELECT count(*) FROM library_element"));
-    const std::set<std::string> names = listing();
+    const std::set<std::string> names = dbitest::listing(directory);
     EXPECT_EQ(0u, names.count("test.db.restoring"));
     EXPECT_EQ(0, dbictl({"check", path}).status);
+}
+
+bool exitedWell(int status) {
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+// How both processes' dispatchers wait: the 5-second poll, every 5 ms, or
+// on commit; with a bound on a round trip, which a fast mode keeps well
+// within one poll.
+struct WakeMode {
+    const char* name;
+    std::vector<std::string> option;
+    int boundSeconds;
+};
+
+class ProcessChannel : public dbitest::SchemaDatabase {
+protected:
+    void TearDown() override {
+        dbi::Notify::setDefaultWakeInterval(boost::posix_time::time_duration());
+        dbi::Notify::setDefaultWakeOnCommit(false);
+        SchemaDatabase::TearDown();
+    }
+};
+
+class ProcessChannelModes : public ProcessChannel, public ::testing::WithParamInterface<WakeMode> {
+protected:
+    // The same mode in this process, as dbictl takes it from its option.
+    void takeMode() {
+        const std::vector<std::string>& option = GetParam().option;
+        if (option.empty()) return;
+        if (option.back() == "commit")
+            dbi::Notify::setDefaultWakeOnCommit(true);
+        else
+            dbi::Notify::setDefaultWakeInterval(boost::posix_time::milliseconds(std::stoi(option.back())));
+    }
+
+    DbictlProcess responder(const std::string& text) {
+        std::vector<std::string> words = {"respond", path, "--endpoint", "1", "--operation", "1", "--text", text};
+        words.insert(words.end(), GetParam().option.begin(), GetParam().option.end());
+        return DbictlProcess(words);
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(, ProcessChannelModes,
+                         ::testing::Values(WakeMode{"poll", {}, 30}, WakeMode{"interval", {"--wake", "5"}, 3},
+                                           WakeMode{"commit", {"--wake", "commit"}, 3}),
+                         [](const ::testing::TestParamInfo<WakeMode>& info) { return info.param.name; });
+
+TEST_P(ProcessChannelModes, aCommandIsAnsweredByAnotherProcess) {
+    DbictlProcess answering = responder("from afar");
+    ASSERT_TRUE(answering.waitFor("answering"));
+    takeMode();
+    dbi::library::CommandResponse command(1, 1, "slot 3", 3, 2, "", dbi::CURRENT_TIMESTAMP, 0, "", 0);
+    const Clock::time_point start = Clock::now();
+    const dbi::library::CommandResponse answer = dbi::sendCommand(command, boost::posix_time::seconds(40));
+    EXPECT_LT(Clock::now() - start, boost::chrono::seconds(GetParam().boundSeconds));
+    EXPECT_EQ("3", answer.m_stateId.getValue());
+    EXPECT_EQ("from afar", answer.m_resultString.getValue());
+    std::vector<std::string> send = {"send", path, "--source", "1", "--operation", "1", "--target", "2"};
+    send.insert(send.end(), GetParam().option.begin(), GetParam().option.end());
+    const Outcome sent = dbictl(send);
+    EXPECT_EQ(0, sent.status) << sent.output;
+    EXPECT_TRUE(contains(sent.output, "answered") && contains(sent.output, "from afar")) << sent.output;
+    EXPECT_TRUE(exitedWell(answering.stop()));
+}
+
+TEST_F(Dbictl, watchPrintsEveryJournalledChangeUntilStopped) {
+    DbictlProcess watcher({"watch", path, "--wake", "commit", "--clock"});
+    ASSERT_TRUE(watcher.waitFor("watching "));
+    exec("INSERT INTO library_partition (guid) VALUES ('g')");
+    EXPECT_TRUE(watcher.waitFor(" library_partition #1 INSERT"));
+    EXPECT_TRUE(exitedWell(watcher.stop()));
+}
+
+// Each commit of a busy writer in another process arrives once, in order,
+// and none waits for the 5-second poll.
+TEST_F(ProcessChannel, everyCommitOfAnotherProcessWakesTheDispatcher) {
+    const int kCommits = 1000;
+    dbi::Notify notify;
+    notify.setWakeOnCommit(true);
+    std::vector<std::pair<int, Clock::time_point>> delivered;
+    dbitest::Inbox inbox;
+    notify.addListener(
+        "library_commandresponse",
+        [&](int row, const std::string&, const std::string&) {
+            delivered.emplace_back(row, Clock::now());
+            inbox.add("");
+        },
+        dbi::Notify::INSERT, "");
+    std::map<int, Clock::time_point> committed;
+    {
+        dbitest::RunningNotify running(notify);
+        DbictlProcess writer({"event", path, "--source", "1", "--operation", "1", "--count", std::to_string(kCommits)});
+        for (std::string line; writer.readLine(line);)
+            if (contains(line, "#")) committed[std::stoi(line.substr(line.find('#') + 1))] = Clock::now();
+        EXPECT_TRUE(exitedWell(writer.finish()));
+        EXPECT_TRUE(inbox.waitFor(kCommits, 60));
+    }
+    ASSERT_EQ(std::size_t(kCommits), committed.size());
+    std::vector<int> order;
+    Clock::duration slowest = Clock::duration::zero();
+    for (const auto& delivery : delivered) {
+        order.push_back(delivery.first);
+        if (committed.count(delivery.first)) slowest = std::max(slowest, delivery.second - committed[delivery.first]);
+    }
+    std::vector<int> expected;
+    for (const auto& commit : committed) expected.push_back(commit.first);
+    EXPECT_EQ(expected, order);
+    EXPECT_LT(slowest, boost::chrono::seconds(2));
 }
 
 }  // namespace

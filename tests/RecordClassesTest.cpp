@@ -226,24 +226,22 @@ TEST_F(RecordClasses, partitionsAndSettingsAreFoundOnlyByAUniqueKey) {
         std::vector<std::string>{"absent", "window", "twice"});
 }
 
-TEST_F(RecordClasses, commandIsJournalledOnInsertStateChangeAndDelete) {
+// Commands are journalled by state only, elements on every change.
+TEST_F(RecordClasses, insertsChangesAndDeletesAreJournalled) {
     library::CommandResponse command = sampleOf<library::CommandResponse>();
     command.save(autocommit());
-    command.m_result.setIntValue(7);  // not journalled: commands are watched by state
+    command.m_result.setIntValue(7);
     command.save(autocommit());
     command.m_stateId.setIntValue(library::CRState::ACCEPTED);
     command.save(autocommit());
     library::CommandResponse::deleteRow(command.m_id.getIntValue(), autocommit());
-    const std::vector<std::string> expected = {"INSERT::", "state_id:1:2", "DELETE::"};
-    EXPECT_EQ(expected, journalOf(library::CommandResponse::m_tableName, command.m_id));
-}
-
-TEST_F(RecordClasses, elementIsJournalledOnEveryChange) {
+    EXPECT_EQ((std::vector<std::string>{"INSERT::", "state_id:1:2", "DELETE::"}),
+              journalOf(library::CommandResponse::m_tableName, command.m_id));
     library::Element element = sampleOf<library::Element>();
     element.save(autocommit());
     element.m_elementFull = false;
     element.save(autocommit());
     library::Element::deleteRow(element.m_id.getIntValue(), autocommit());
-    const std::vector<std::string> expected = {"INSERT::", "UPDATE::", "DELETE::"};
-    EXPECT_EQ(expected, journalOf(library::Element::m_tableName, element.m_id));
+    EXPECT_EQ((std::vector<std::string>{"INSERT::", "UPDATE::", "DELETE::"}),
+              journalOf(library::Element::m_tableName, element.m_id));
 }

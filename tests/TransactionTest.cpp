@@ -45,26 +45,38 @@ DBITEST_IN_BOTH_MODES(Transactions);
 
 }  // namespace
 
-TEST_P(Transactions, nestedHandlesReleaseInnerFirstAndCommitAtTheOutermost) {
-    StatementTrace trace;
-    dbi::Transaction outer(true);
-    run("INSERT INTO t VALUES (1)", outer);
-    std::string innerName;
-    {
-        dbi::Transaction inner(true);
-        run("INSERT INTO t VALUES (2)", inner);
-        innerName = inner.getSavepointName();
-        inner.release();
+// Released, nested handles commit at the outermost; handles left without
+// release roll back their own work.
+TEST_P(Transactions, nestedHandlesCommitAtTheOutermostOrRollBackTheirOwnWork) {
+    for (const bool release : {false, true}) {
+        SCOPED_TRACE(release ? "released" : "left");
+        StatementTrace trace;
+        std::string inner;
+        {
+            dbi::Transaction outer(true);
+            run("INSERT INTO t VALUES (1)", outer);
+            {
+                dbi::Transaction nested(true);
+                run("INSERT INTO t VALUES (2)", nested);
+                inner = nested.getSavepointName();
+                if (release) nested.release();
+            }
+            EXPECT_EQ(1u, dbi::TransactionMgr::get()->depth());
+            EXPECT_EQ("0", committedCount());
+            if (release) outer.release();
+        }
+        Statements expected = {"SAVEPOINT FIRST_SAVEPOINT", "INSERT INTO t VALUES (1)", "SAVEPOINT " + inner,
+                               "INSERT INTO t VALUES (2)"};
+        const Statements ending = release
+                                      ? Statements{"RELEASE SAVEPOINT " + inner, "RELEASE SAVEPOINT FIRST_SAVEPOINT"}
+                                      : Statements{"ROLLBACK TO " + inner, "RELEASE SAVEPOINT " + inner, "ROLLBACK"};
+        expected.insert(expected.end(), ending.begin(), ending.end());
+        EXPECT_EQ(expected, trace.statements());
+        EXPECT_EQ(release ? "2" : "0", committedCount());
+        EXPECT_EQ(0u, dbi::TransactionMgr::get()->depth());
+        // Nested names are UTC times with microseconds.
+        EXPECT_TRUE(std::regex_match(inner, std::regex("TIME_[0-9]{8}T[0-9]{6}([0-9]{6})?"))) << inner;
     }
-    EXPECT_EQ("0", committedCount());
-    outer.release();
-    EXPECT_EQ("2", committedCount());
-    EXPECT_EQ((Statements{"SAVEPOINT FIRST_SAVEPOINT", "INSERT INTO t VALUES (1)", "SAVEPOINT " + innerName,
-                          "INSERT INTO t VALUES (2)", "RELEASE SAVEPOINT " + innerName,
-                          "RELEASE SAVEPOINT FIRST_SAVEPOINT"}),
-              trace.statements());
-    // Nested names are UTC times with microseconds.
-    EXPECT_TRUE(std::regex_match(innerName, std::regex("TIME_[0-9]{8}T[0-9]{6}([0-9]{6})?"))) << innerName;
 }
 
 TEST_P(Transactions, releasingOutOfOrderThrowsAndChangesNothing) {
@@ -76,34 +88,13 @@ TEST_P(Transactions, releasingOutOfOrderThrowsAndChangesNothing) {
         outer.release();
         FAIL() << "outer released while inner open";
     } catch (const dbi::DBIException<dbiresult::DBI_MISUSE>& e) {
-        EXPECT_EQ("Out of order savepoint release, expected: [" + inner.getSavepointName() +
-                      "] got : [FIRST_SAVEPOINT]",
-                  std::string(e.what()));
+        EXPECT_EQ(
+            "Out of order savepoint release, expected: [" + inner.getSavepointName() + "] got : [FIRST_SAVEPOINT]",
+            std::string(e.what()));
     }
     EXPECT_TRUE(outer.isOpen());
     EXPECT_THROW(outer.rollback(), dbi::DBIException<dbiresult::DBI_MISUSE>);
     EXPECT_EQ(2u, dbi::TransactionMgr::get()->depth());
-}
-
-TEST_P(Transactions, handlesLeftWithoutReleaseRollBackTheirOwnWork) {
-    StatementTrace trace;
-    std::string innerName;
-    {
-        dbi::Transaction outer(true);
-        run("INSERT INTO t VALUES (1)", outer);
-        {
-            dbi::Transaction inner(true);
-            run("INSERT INTO t VALUES (2)", inner);
-            innerName = inner.getSavepointName();
-        }
-        EXPECT_EQ(1u, dbi::TransactionMgr::get()->depth());
-    }
-    EXPECT_EQ((Statements{"SAVEPOINT FIRST_SAVEPOINT", "INSERT INTO t VALUES (1)", "SAVEPOINT " + innerName,
-                          "INSERT INTO t VALUES (2)", "ROLLBACK TO " + innerName, "RELEASE SAVEPOINT " + innerName,
-                          "ROLLBACK"}),
-              trace.statements());
-    EXPECT_EQ("0", committedCount());
-    EXPECT_EQ(0u, dbi::TransactionMgr::get()->depth());
 }
 
 TEST_P(Transactions, idleAndDefaultTransactionsRunNoSavepointAndReleasedHandlesOpenAgain) {

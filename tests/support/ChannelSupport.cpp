@@ -12,8 +12,9 @@ namespace dbitest {
 void SchemaDatabase::SetUp() {
     TestDatabase::SetUp();
     loadSchema();
-    exec("INSERT INTO library_crendpoint VALUES (1, 'library manager'), (2, 'media manager');"
-         "INSERT INTO library_croperation VALUES (1, 'inventory'), (2, 'move medium');");
+    exec(
+        "INSERT INTO library_crendpoint VALUES (1, 'library manager'), (2, 'media manager');"
+        "INSERT INTO library_croperation VALUES (1, 'inventory'), (2, 'move medium');");
 }
 
 void Inbox::add(const std::string& text) {
@@ -41,6 +42,7 @@ FILE* spawnReadingOutput(std::vector<std::string> words, pid_t& pid) {
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, pipeEnds[1], STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, pipeEnds[1], STDERR_FILENO);
     posix_spawn_file_actions_addclose(&actions, pipeEnds[0]);
     const int failed = posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), environ);
     posix_spawn_file_actions_destroy(&actions);

@@ -1,5 +1,6 @@
 #include "support/TestDatabase.h"
 
+#include <dirent.h>
 #include <sqlite3.h>
 #include <stdlib.h>
 
@@ -28,7 +29,9 @@ dbi::ResultTuple TestDatabase::exec(const std::string& sql) {
     return dbi::Transaction::getDefaultTransaction().execStatement(sql);
 }
 
-void TestDatabase::loadSchema() { exec(readFile(DBI_SCHEMA_FILE)); }
+void TestDatabase::loadSchema() {
+    exec(readFile(DBI_SCHEMA_FILE));
+}
 
 std::string TestDatabase::scalar(const std::string& sql) {
     dbi::ResultTuple result = exec(sql);
@@ -46,7 +49,7 @@ OtherConnection TestDatabase::openOther(int flags) const {
     return OtherConnection(other, sqlite3_close);
 }
 
-std::string TestDatabase::outside(const std::string& sql) const {
+std::string TestDatabase::outside(const std::string& sql, const std::string& file) const {
     std::string rows;
     const auto addRow = [](void* out, int columns, char** cells, char**) {
         std::string& text = *static_cast<std::string*>(out);
@@ -54,7 +57,10 @@ std::string TestDatabase::outside(const std::string& sql) const {
         for (int i = 0; i < columns; ++i) text += std::string(i ? "|" : "") + (cells[i] ? cells[i] : "NULL");
         return 0;
     };
-    EXPECT_EQ(SQLITE_OK, sqlite3_exec(openOther().get(), sql.c_str(), addRow, &rows, nullptr)) << sql;
+    sqlite3* raw = nullptr;
+    sqlite3_open_v2(file.empty() ? path.c_str() : file.c_str(), &raw, SQLITE_OPEN_READWRITE, nullptr);
+    const OtherConnection db(raw, sqlite3_close);
+    EXPECT_EQ(SQLITE_OK, sqlite3_exec(raw, sql.c_str(), addRow, &rows, nullptr)) << sql << ": " << sqlite3_errmsg(raw);
     return rows;
 }
 
@@ -92,6 +98,13 @@ std::string readFile(const std::string& path) {
     std::ostringstream text;
     text << in.rdbuf();
     return text.str();
+}
+
+std::set<std::string> listing(const std::string& directory) {
+    std::set<std::string> names;
+    const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(directory.c_str()), closedir);
+    while (const dirent* entry = folder ? readdir(folder.get()) : nullptr) names.insert(entry->d_name);
+    return names;
 }
 
 }  // namespace dbitest

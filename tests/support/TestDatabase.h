@@ -1,14 +1,14 @@
 #ifndef DBI_TESTS_TESTDATABASE_H
 #define DBI_TESTS_TESTDATABASE_H
 
+#include <dbi/dbi.h>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
-
-#include <dbi/dbi.h>
 
 namespace dbitest {
 
@@ -30,8 +30,9 @@ protected:
     std::string scalar(const std::string& sql);
     // A connection of its own to the file, as another process would have.
     OtherConnection openOther(int flags = SQLITE_OPEN_READWRITE) const;
-    // Runs SQL on a connection of its own: cells joined by "|", rows by ",".
-    std::string outside(const std::string& sql) const;
+    // Runs SQL on a connection of its own to `file` (the test's database
+    // unless given): cells joined by "|", rows by ",".
+    std::string outside(const std::string& sql, const std::string& file = "") const;
     dbi::Transaction& autocommit() { return dbi::Transaction::getDefaultTransaction(); }
 
     std::string directory;
@@ -52,8 +53,9 @@ protected:
     }
 };
 
-#define DBITEST_IN_BOTH_MODES(Suite) \
-    INSTANTIATE_TEST_SUITE_P(Values, Suite, ::testing::Bool(), [](const auto& mode) { return mode.param ? "bound" : "text"; })
+#define DBITEST_IN_BOTH_MODES(Suite)                           \
+    INSTANTIATE_TEST_SUITE_P(Values, Suite, ::testing::Bool(), \
+                             [](const auto& mode) { return mode.param ? "bound" : "text"; })
 
 // Records every statement SQLite starts on this thread's connection.
 class StatementTrace {
@@ -71,6 +73,11 @@ private:
 
 // Text of the whole file.
 std::string readFile(const std::string& path);
+// The names in a folder, "." and ".." among them; empty if it cannot be read.
+std::set<std::string> listing(const std::string& directory);
+inline bool contains(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
 
 }  // namespace dbitest
 
