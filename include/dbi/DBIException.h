@@ -83,6 +83,8 @@ using BusyError = DBIException<dbiresult::DBI_BUSY>;
 /// and aborts the process instead: a corrupted file is never worked on.
 [[noreturn]] DBI_EXPORT void throwException(int result, boost::shared_ptr<sqlite3> connection,
                                             const std::string& sql);
+/// The same with `reason` in place of SQLite's text.
+[[noreturn]] DBI_EXPORT void throwException(int result, const std::string& reason, const std::string& sql);
 
 }  // namespace dbi
 
