@@ -46,16 +46,23 @@ public:
     /// " table.column = ? " with the value bound in bound-values mode.
     template <class V>
     Query& equals(const std::string& column, V value, const std::string& table) {
+        return compare(column, "=", value, table);
+    }
+
+    /// equals() with another comparison operator ("<", ">=", ...) in place of "=".
+    template <class V>
+    Query& compare(const std::string& column, const char* op, V value, const std::string& table) {
+        std::string clause = " " + table + "." + column + " " + op + " ";
         if constexpr (detail::isBoundInteger<V> || detail::isBoundText<V>) {
             if (Configure::getBindValues()) {
                 if constexpr (detail::isBoundInteger<V>)
                     parameters.push_back(BoundValue::integer(static_cast<long long>(value)));
                 else
                     parameters.push_back(BoundValue::text(std::string(value)));
-                return addFilter(" " + table + "." + column + " = ? ");
+                return addFilter(clause += "? ");
             }
         }
-        std::string clause = " " + table + "." + column + " = '";
+        clause += '\'';
         appendValue(clause, value);
         clause += "' ";
         return addFilter(clause);
@@ -81,7 +88,7 @@ public:
     /// Writes DESC once, after the last ORDER BY item, so SQL applies it to
     /// that item only. Without orderBy() it has no effect.
     Query& setDescending(bool on) { return set(descending, on); }
-    /// Has no effect on the statement.
+    /// Stores a flag that nothing reads: the statement is the same either way.
     Query& setFlag(bool on) { return set(flag, on); }
     /// Adds `item` both to the column list, which it replaces, and to the GROUP
     /// BY clause. Items are written verbatim and back to back: each brings its
@@ -294,7 +301,7 @@ private:
     }
 
     std::string filters;
-    std::string unusedText;  // kept empty; reserved
+    std::string unusedText;  // always empty; nothing reads it
     std::vector<std::string> orderItems;
     std::vector<std::string> groupItems;
     int limit = 0;
