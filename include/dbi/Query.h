@@ -173,30 +173,41 @@ private:
         RecordReader(V& records, bool ownColumns) : records(records), ownColumns(ownColumns) {}
 
         void onRow(sqlite3_stmt* statement) override {
-            if (!mapped) mapColumns(statement);
+            if (!fields) mapColumns(statement);
             records.emplace_back();
             T& record = records.back();
-            for (std::size_t column = 0; column < fields.size(); ++column)
-                if (fields[column]) load(statement, static_cast<int>(column), (*fields[column])(&record));
+            for (int column = 0; column < columns; ++column)
+                if (const Accessor* field = (*fields)[column]) load(statement, column, (*field)(&record));
         }
 
     private:
         void mapColumns(sqlite3_stmt* statement) {
-            const int columns = columnCount(statement);
+            columns = columnCount(statement);
             if (ownColumns) {
-                for (const detail::Column<T>& column : detail::columnLayout<T>().selected) fields.push_back(column.field);
-                if (fields.size() > static_cast<std::size_t>(columns)) fields.resize(columns);
-            } else {
-                for (int column = 0; column < columns; ++column) fields.push_back(fieldNamed(columnName(statement, column)));
+                fields = &ownFields();
+                columns = std::min(columns, static_cast<int>(fields->size()));
+                return;
             }
-            mapped = true;
+            for (int column = 0; column < columns; ++column) named.push_back(fieldNamed(columnName(statement, column)));
+            fields = &named;
         }
 
         V& records;
         const bool ownColumns;
-        bool mapped = false;
-        std::vector<const Accessor*> fields;
+        const std::vector<const Accessor*>* fields = nullptr;
+        int columns = 0;
+        std::vector<const Accessor*> named;
     };
+
+    /// The field of each column of T's own SELECT list, in its order.
+    static const std::vector<const Accessor*>& ownFields() {
+        static const std::vector<const Accessor*> fields = [] {
+            std::vector<const Accessor*> inOrder;
+            for (const detail::Column<T>& column : detail::columnLayout<T>().selected) inOrder.push_back(column.field);
+            return inOrder;
+        }();
+        return fields;
+    }
 
     /// Runs `sql`, this query's text, reading the rows into `records`. The
     /// statement is cached and its values bound when values are bound.
