@@ -62,8 +62,8 @@ public:
                               bool inSavepoint);
 
     /// Both forms above, handing each row to `reader` as it is stepped instead
-    /// of collecting a result. A retried statement starts over, so the reader
-    /// may see rows of a failed try before the rows of the one that succeeds.
+    /// of collecting a result. A retried statement starts over: the reader
+    /// hears of each try (RowReader::onTry) and forgets the rows before it.
     static void execStatement(const std::string& sql, RowReader& reader, bool inSavepoint);
     static void execStatement(const std::string& sql, const BoundValues& values, RowReader& reader,
                               bool inSavepoint);

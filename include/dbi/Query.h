@@ -170,7 +170,9 @@ private:
     template <class V>
     class RecordReader : public RowReader {
     public:
-        RecordReader(V& records, bool ownColumns) : records(records), ownColumns(ownColumns) {}
+        RecordReader(V& records, bool ownColumns) : records(records), ownColumns(ownColumns), before(records.size()) {}
+
+        void onTry() override { records.erase(records.begin() + before, records.end()); }
 
         void onRow(sqlite3_stmt* statement) override {
             if (!fields) mapColumns(statement);
@@ -194,6 +196,7 @@ private:
 
         V& records;
         const bool ownColumns;
+        const std::size_t before;  // records the caller had already
         const std::vector<const Accessor*>* fields = nullptr;
         int columns = 0;
         std::vector<const Accessor*> named;

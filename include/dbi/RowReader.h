@@ -21,6 +21,9 @@ public:
     /// Called for a statement that ended without rows; does nothing unless
     /// overridden.
     virtual void onNoRows(sqlite3_stmt* statement);
+    /// Called before each try of a text: a retried text starts over, so the
+    /// rows of a failed try must be forgotten here.
+    virtual void onTry() = 0;
 
     /// The number of columns of the statement's rows.
     static int columnCount(sqlite3_stmt* statement);

@@ -213,6 +213,13 @@ public:
         if (couldChange && reportsEmptyResults(sqlite3_db_handle(statement))) takeColumns(statement);
     }
 
+    void onTry() override {
+        cells = CellBuffer();
+        rows = 0;
+        columnCount = 0;
+        headingsTaken = false;
+    }
+
     ResultTuple release() { return cells.release(rows, columnCount); }
 
 private:
@@ -335,6 +342,7 @@ void runStatements(const boost::shared_ptr<sqlite3>& connection, const Run& run)
     const char* next = run.sql.c_str();
     const char* const end = next + run.sql.size();
     const bool bound = run.values != nullptr;
+    run.reader.onTry();
     while (next < end) {
         StatementInUse statement(bound ? cachedStatement(connection, run) : compileNext(connection, run, next, end),
                                  bound);
