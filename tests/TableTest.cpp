@@ -312,3 +312,44 @@ TEST(Record, fieldMapIsBuiltOnceUnderConcurrentFirstUse) {
     for (boost::thread& thread : threads) thread.join();
     for (std::size_t size : sizes) EXPECT_EQ(Owner::columnCount, size);
 }
+
+// Awkward values read into the same records in both modes and through the
+// text table; written back in this mode, the copies store what was read.
+TEST_P(Records, recordsReadEitherWayAndTheirCopiesHoldTheSameValues) {
+    exec("INSERT INTO test_gadget (id, name, count, serial, enabled, seen_at, payload, owner_id) VALUES"
+         " (1, 'caf\xc3\xa9', 0, 9223372036854775807, 't', 2.5, '', 1),"
+         " (2, '', -1, -9223372036854775807, NULL, 1e300, 'QUI=', NULL),"
+         " (3, 'DBI_UNKNOWN', NULL, -9223372036854775808, 0.1, 'CURRENT_TIMESTAMP', x'', NULL)");
+    dbi::Query<Gadget> all;
+    all.orderBy("id");
+    std::vector<Gadget> read[2], fromTable;
+    for (bool bind : {false, true}) {
+        dbi::Configure::setBindValues(bind);
+        all.execute(read[bind], autocommit());
+    }
+    dbi::Configure::setBindValues(bound());
+    const dbi::ResultTuple table = autocommit().execStatement(all.getQuery(false));
+    all.selectFrom(table, table.get<1>(), fromTable, autocommit());
+    ASSERT_EQ(3u, read[0].size());
+    EXPECT_EQ(read[0], read[1]);
+    EXPECT_EQ(read[0], fromTable);
+    EXPECT_EQ("-9223372036854775808|0.1|CURRENT_TIMESTAMP",
+              read[1][2].m_serial.getValue() + "|" + read[1][2].m_enabled.getValue() + "|" +
+                  read[1][2].m_seenAt.getValue());
+    EXPECT_TRUE(read[1][2].m_count.isUnknown() && !read[1][2].m_name.isModified());
+
+    for (int row : {0, 1}) {
+        Gadget copy(read[0][row]);
+        for (auto& entry : Gadget::getFieldMap()) {
+            dbi::Field& field = entry.second(&copy);
+            const std::string value = field.getValue() + (field.getName() == std::string("id") ? "0" : "");
+            if (field.isUnknown()) continue;
+            field = value + "~";
+            field = value;  // modified, so save() writes it
+        }
+        copy.save(autocommit(), true);
+    }
+    const std::string dump = "SELECT group_concat(quote(name) || quote(count) || quote(serial) || quote(enabled) ||"
+                             " quote(seen_at) || quote(payload) || quote(owner_id), '|') FROM test_gadget WHERE id";
+    EXPECT_EQ(outside(dump + " IN (1, 2)"), outside(dump + " IN (10, 20)"));
+}

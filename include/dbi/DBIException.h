@@ -58,7 +58,8 @@ public:
     explicit DBIException(const std::string& message) : DBIBaseException(message, N) {}
 };
 
-/// The connection or its file failed (open, I/O, full disk); retried on a new connection inside a savepoint.
+/// The connection or its file failed (open, I/O, full disk). Not retried: the
+/// connection is dropped and a transaction it held is lost.
 using StorageError = DBIException<dbiresult::DBI_STORAGE_ERROR>;
 /// An SQLite result the library has no class for.
 using UnknownError = DBIException<dbiresult::DBI_UNKNOWN_ERROR>;
@@ -83,6 +84,8 @@ using BusyError = DBIException<dbiresult::DBI_BUSY>;
 /// and aborts the process instead: a corrupted file is never worked on.
 [[noreturn]] DBI_EXPORT void throwException(int result, boost::shared_ptr<sqlite3> connection,
                                             const std::string& sql);
+/// The same with `reason` in place of SQLite's text.
+[[noreturn]] DBI_EXPORT void throwException(int result, const std::string& reason, const std::string& sql);
 
 }  // namespace dbi
 

@@ -11,6 +11,7 @@
 
 #include "dbi/BoundValue.h"
 #include "dbi/Export.h"
+#include "dbi/RowReader.h"
 
 struct sqlite3;
 
@@ -47,18 +48,25 @@ public:
     /// pauses of 0, 1, 2 and 3 seconds, except a stale WAL snapshot, which
     /// only a new transaction can cure and which is thrown at once. A storage
     /// failure drops the connection and throws DBIException<3> after one try.
-    /// When the statement runs inside a savepoint (`reconnect` true, or any
+    /// When the statement runs inside a savepoint (`inSavepoint` true, or any
     /// savepoint open on the thread) the failure also ends the transaction:
     /// it is rolled back on the failing connection and the thread's savepoint
     /// stack is forgotten, so nothing of it can be committed later. Other
     /// failures throw at once and keep the connection.
-    static void execStatement(const std::string& sql, ResultTuple& result, bool reconnect);
+    static void execStatement(const std::string& sql, ResultTuple& result, bool inSavepoint);
 
     /// Runs one statement whose "?" parameters take `values` in order, through
     /// this thread's cache of prepared statements. The result has the same
     /// shape as above; failures and retries are those of the text form.
     static void execStatement(const std::string& sql, const BoundValues& values, ResultTuple& result,
-                              bool reconnect);
+                              bool inSavepoint);
+
+    /// Both forms above, handing each row to `reader` as it is stepped instead
+    /// of collecting a result. A retried statement starts over: the reader
+    /// hears of each try (RowReader::onTry) and forgets the rows before it.
+    static void execStatement(const std::string& sql, RowReader& reader, bool inSavepoint);
+    static void execStatement(const std::string& sql, const BoundValues& values, RowReader& reader,
+                              bool inSavepoint);
 
     /// The last inserted row id of this thread's connection, as decimal text.
     static std::string lastRowId();

@@ -15,7 +15,8 @@ namespace dbi {
 // reports bad input: decoders return what they could read.
 
 /// Base64 with a line feed after every 64 characters and after the last
-/// line; the result is NUL-terminated. Empty only when memory ran out.
+/// line; the result is NUL-terminated. Throws std::bad_alloc when memory
+/// runs out.
 DBI_EXPORT boost::shared_array<char> base64_enc(const unsigned char* data, unsigned int length);
 
 /// Decodes the form base64_enc writes. `length` receives the number of bytes;

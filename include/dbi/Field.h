@@ -1,6 +1,7 @@
 #ifndef DBI_FIELD_H
 #define DBI_FIELD_H
 
+#include <cstddef>
 #include <string>
 #include <utility>
 #include <vector>
@@ -67,6 +68,8 @@ public:
     /// Stores text read from the database into a record handed out as it
     /// stands: not modified and, like a copy, not stale.
     void loadSettled(const char* text);
+    /// The same for `length` bytes at `text`, NUL bytes included.
+    void loadSettled(const char* text, std::size_t length);
     /// Exchanges value and flags; name, type and prefix/suffix stay.
     void swap(Field& other);
 

@@ -10,6 +10,7 @@
 #include "dbi/Configure.h"
 #include "dbi/DBIException.h"
 #include "dbi/Record.h"
+#include "dbi/RowReader.h"
 #include "dbi/Transaction.h"
 
 namespace dbi {
@@ -45,16 +46,23 @@ public:
     /// " table.column = ? " with the value bound in bound-values mode.
     template <class V>
     Query& equals(const std::string& column, V value, const std::string& table) {
+        return compare(column, "=", value, table);
+    }
+
+    /// equals() with another comparison operator ("<", ">=", ...) in place of "=".
+    template <class V>
+    Query& compare(const std::string& column, const char* op, V value, const std::string& table) {
+        std::string clause = " " + table + "." + column + " " + op + " ";
         if constexpr (detail::isBoundInteger<V> || detail::isBoundText<V>) {
             if (Configure::getBindValues()) {
                 if constexpr (detail::isBoundInteger<V>)
                     parameters.push_back(BoundValue::integer(static_cast<long long>(value)));
                 else
                     parameters.push_back(BoundValue::text(std::string(value)));
-                return addFilter(" " + table + "." + column + " = ? ");
+                return addFilter(clause += "? ");
             }
         }
-        std::string clause = " " + table + "." + column + " = '";
+        clause += '\'';
         appendValue(clause, value);
         clause += "' ";
         return addFilter(clause);
@@ -80,7 +88,7 @@ public:
     /// Writes DESC once, after the last ORDER BY item, so SQL applies it to
     /// that item only. Without orderBy() it has no effect.
     Query& setDescending(bool on) { return set(descending, on); }
-    /// Has no effect on the statement.
+    /// Stores a flag that nothing reads: the statement is the same either way.
     Query& setFlag(bool on) { return set(flag, on); }
     /// Adds `item` both to the column list, which it replaces, and to the GROUP
     /// BY clause. Items are written verbatim and back to back: each brings its
@@ -125,19 +133,17 @@ public:
     /// several, with the statement and the count in its message.
     T get(Transaction& transaction) const {
         std::vector<T> records;
-        execute(records, transaction);
-        if (records.size() != 1) throwNotFound(getQuery(false), records.size());
-        return records.front();
+        const std::string sql = getQuery(false);
+        run(sql, records, transaction);
+        if (records.size() != 1) throwNotFound(sql, records.size());
+        return std::move(records.front());
     }
 
-    /// Appends every matching record to `records`.
+    /// Appends every matching record to `records`, read straight from the
+    /// statement's rows.
     template <class V>
     void execute(V& records, Transaction& transaction) const {
-        const bool bound = Configure::getBindValues() || !parameters.empty();
-        ResultTuple result = bound ? transaction.execStatement(getQuery(false), parameters)
-                                   : transaction.execStatement(getQuery(false));
-        records.reserve(records.size() + result.template get<1>());
-        selectFrom(result, result.template get<1>(), records, transaction);
+        run(getQuery(false), records, transaction);
     }
 
     /// Turns result rows into records, matching columns to fields by name
@@ -146,7 +152,7 @@ public:
     void selectFrom(const ResultTuple& result, int rows, V& records, Transaction&) const {
         char** cells = result.template get<0>().get();
         const int columns = result.template get<2>();
-        const std::vector<const boost::function<Field&(T*)>*> fields = resultFields(cells, columns);
+        const std::vector<const Accessor*> fields = resultFields(cells, columns);
         for (int row = 1; row <= rows; ++row) {
             records.emplace_back();
             load(records.back(), cells + row * columns, fields);
@@ -156,18 +162,73 @@ public:
 private:
     friend class Table<T>;
 
-    /// The single record that `sql`, a SELECT of T's own column list with
-    /// `values` bound, selects; the failure get() reports otherwise. The
-    /// columns come in the list's order, so no heading needs looking up.
-    static T getOne(const std::string& sql, const BoundValues& values, Transaction& transaction) {
-        ResultTuple result = transaction.execStatement(sql, values);
-        if (result.template get<1>() != 1) throwNotFound(sql, result.template get<1>());
-        char** row = result.template get<0>().get() + result.template get<2>();
-        const std::vector<detail::Column<T>>& selected = detail::columnLayout<T>().selected;
-        T record;
-        for (std::size_t column = 0; column < selected.size(); ++column)
-            if (row[column]) (*selected[column].field)(&record).loadSettled(row[column]);
-        return record;
+    using Accessor = boost::function<Field&(T*)>;
+
+    /// Appends a record per row. The field of each column is worked out once
+    /// per statement: T's own column list comes in the layout's order, other
+    /// lists (GROUP BY items) are matched by name on the first row.
+    template <class V>
+    class RecordReader : public RowReader {
+    public:
+        RecordReader(V& records, bool ownColumns) : records(records), ownColumns(ownColumns), before(records.size()) {}
+
+        void onTry() override { records.erase(records.begin() + before, records.end()); }
+
+        void onRow(sqlite3_stmt* statement) override {
+            if (!fields) mapColumns(statement);
+            records.emplace_back();
+            T& record = records.back();
+            for (int column = 0; column < columns; ++column)
+                if (const Accessor* field = (*fields)[column]) load(statement, column, (*field)(&record));
+        }
+
+    private:
+        void mapColumns(sqlite3_stmt* statement) {
+            columns = columnCount(statement);
+            if (ownColumns) {
+                fields = &ownFields();
+                columns = std::min(columns, static_cast<int>(fields->size()));
+                return;
+            }
+            for (int column = 0; column < columns; ++column) named.push_back(fieldNamed(columnName(statement, column)));
+            fields = &named;
+        }
+
+        V& records;
+        const bool ownColumns;
+        const std::size_t before;  // records the caller had already
+        const std::vector<const Accessor*>* fields = nullptr;
+        int columns = 0;
+        std::vector<const Accessor*> named;
+    };
+
+    /// The field of each column of T's own SELECT list, in its order.
+    static const std::vector<const Accessor*>& ownFields() {
+        static const std::vector<const Accessor*> fields = [] {
+            std::vector<const Accessor*> inOrder;
+            for (const detail::Column<T>& column : detail::columnLayout<T>().selected) inOrder.push_back(column.field);
+            return inOrder;
+        }();
+        return fields;
+    }
+
+    /// Runs `sql`, this query's text, reading the rows into `records`. The
+    /// statement is cached and its values bound when values are bound.
+    template <class V>
+    void run(const std::string& sql, V& records, Transaction& transaction) const {
+        RecordReader<V> reader(records, groupItems.empty());
+        if (Configure::getBindValues() || !parameters.empty())
+            transaction.execStatement(sql, parameters, reader);
+        else
+            transaction.execStatement(sql, reader);
+    }
+
+    /// The field accessor of the column named `heading` ("t.a" and "a"
+    /// alike); null when T has no such column.
+    static const Accessor* fieldNamed(const char* heading) {
+        FieldMap<T>& fields = detail::fieldMap<T>();
+        auto field = fields.find(columnName(heading));
+        return field == fields.end() ? nullptr : &field->second;
     }
 
     [[noreturn]] static void throwNotFound(const std::string& sql, std::size_t records) {
@@ -176,7 +237,7 @@ private:
         throw DBIException<dbiresult::DBI_NOT_FOUND>(message.str());
     }
 
-    static void load(T& record, char** row, const std::vector<const boost::function<Field&(T*)>*>& fields) {
+    static void load(T& record, char** row, const std::vector<const Accessor*>& fields) {
         for (std::size_t column = 0; column < fields.size(); ++column)
             if (row[column] && fields[column]) (*fields[column])(&record).loadSettled(row[column]);
     }
@@ -195,18 +256,14 @@ private:
     /// The field accessor of each result column, or null for columns that
     /// name no field of T. Results of this class's own SELECT list name the
     /// columns in its order, which is tried before the field map.
-    static std::vector<const boost::function<Field&(T*)>*> resultFields(char** headings, int columns) {
-        FieldMap<T>& fields = detail::fieldMap<T>();
+    static std::vector<const Accessor*> resultFields(char** headings, int columns) {
         const std::vector<detail::Column<T>>& selected = detail::columnLayout<T>().selected;
-        std::vector<const boost::function<Field&(T*)>*> found(columns, nullptr);
+        std::vector<const Accessor*> found(columns, nullptr);
         for (int column = 0; column < columns; ++column) {
             const char* name = columnName(headings[column]);
-            if (static_cast<std::size_t>(column) < selected.size() && std::strcmp(name, selected[column].name) == 0) {
-                found[column] = selected[column].field;
-                continue;
-            }
-            auto field = fields.find(name);
-            if (field != fields.end()) found[column] = &field->second;
+            const bool inLayout = static_cast<std::size_t>(column) < selected.size() &&
+                                  std::strcmp(name, selected[column].name) == 0;
+            found[column] = inLayout ? selected[column].field : fieldNamed(name);
         }
         return found;
     }
@@ -258,7 +315,7 @@ private:
     }
 
     std::string filters;
-    std::string unusedText;  // kept empty; reserved
+    std::string unusedText;  // always empty; nothing reads it
     std::vector<std::string> orderItems;
     std::vector<std::string> groupItems;
     int limit = 0;

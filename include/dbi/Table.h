@@ -27,12 +27,7 @@ public:
     static FieldMap<T>& getFieldMap() { return detail::fieldMap<T>(); }
 
     /// The row with that id; DBIException<6> unless exactly one row matches.
-    static T get(int id, Transaction& transaction) {
-        if (!Configure::getBindValues()) return Query<T>().equals(T::id, id, T::m_tableName).get(transaction);
-        // The text equals() would build, made once: lookups by id are hot.
-        static const std::string byId = Query<T>().addFilter(" " + T::m_tableName + "." + T::id + " = ? ").getQuery(false);
-        return Query<T>::getOne(byId, BoundValues{BoundValue::integer(id)}, transaction);
-    }
+    static T get(int id, Transaction& transaction) { return Query<T>().equals(T::id, id, T::m_tableName).get(transaction); }
 
     /// Writes the modified columns. A record without id is inserted and then
     /// holds its new id. With `create`, a record carrying an id is looked up

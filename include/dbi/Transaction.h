@@ -47,6 +47,9 @@ public:
     ResultTuple execStatement(const std::string& sql);
     /// The same for one statement whose "?" parameters take `values`.
     ResultTuple execStatement(const std::string& sql, const BoundValues& values);
+    /// Both forms, handing each row to `reader` (DBManager::execStatement).
+    void execStatement(const std::string& sql, RowReader& reader);
+    void execStatement(const std::string& sql, const BoundValues& values, RowReader& reader);
     /// The row id of the last insert on this thread's connection, as decimal
     /// text, whichever handle ran it (DBManager::lastRowId()).
     std::string lastRowId();
@@ -63,6 +66,9 @@ public:
 
 private:
     [[noreturn]] void throwLost() const;
+    /// Opens the savepoint when due; refuses statements of a lost transaction,
+    /// which would otherwise run on their own. True when inside a savepoint.
+    bool prepareToRun();
 
     bool autoBegin;
     std::string savepointName;

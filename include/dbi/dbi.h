@@ -15,6 +15,7 @@
 #include "dbi/Query.h"
 #include "dbi/Record.h"
 #include "dbi/RetryTransaction.h"
+#include "dbi/RowReader.h"
 #include "dbi/Table.h"
 #include "dbi/Transaction.h"
 #include "dbi/Version.h"

@@ -13,8 +13,7 @@ namespace {
 
 constexpr std::size_t kMessageTail = 930;
 
-std::string composeMessage(const std::string& sql, sqlite3* connection) {
-    std::string sqliteText = sqlite3_errmsg(connection);
+std::string composeMessage(const std::string& sql, std::string sqliteText) {
     // A trailing line feed is blanked out, keeping the length.
     if (!sqliteText.empty() && sqliteText.back() == '\n') sqliteText.back() = '\0';
     std::string message = sql + " " + sqliteText;
@@ -57,7 +56,11 @@ template <dbiresult::dbi_errors N>
 }  // namespace
 
 void throwException(int result, boost::shared_ptr<sqlite3> connection, const std::string& sql) {
-    const std::string message = composeMessage(sql, connection.get());
+    throwException(result, sqlite3_errmsg(connection.get()), sql);
+}
+
+void throwException(int result, const std::string& reason, const std::string& sql) {
+    const std::string message = composeMessage(sql, reason);
     if (result == SQLITE_CORRUPT) stopOnCorruption(message);
     switch (codeFor(result)) {
     case dbiresult::DBI_STORAGE_ERROR: raise<dbiresult::DBI_STORAGE_ERROR>(message);

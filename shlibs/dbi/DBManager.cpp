@@ -16,6 +16,7 @@
 
 #include "StatementCache.h"
 #include "dbi/Configure.h"
+#include "dbi/RowReader.h"
 #include "dbi/DBIException.h"
 #include "dbi/Transaction.h"
 
@@ -134,14 +135,6 @@ public:
         text.push_back('\0');
     }
 
-    // Appends the column names a cached statement keeps in one block.
-    void appendHeadings(const std::string& names, const std::vector<std::size_t>& starts) {
-        reserveOnFirstCell();
-        const std::size_t base = text.size();
-        text += names;
-        for (std::size_t start : starts) offsets.push_back(static_cast<std::ptrdiff_t>(base + start));
-    }
-
     // Hands the cells over; the pointers stay valid while the result lives.
     // A statement without rows (every INSERT and UPDATE) costs one allocation.
     ResultTuple release(int rows, int columns) {
@@ -170,102 +163,106 @@ private:
     std::vector<std::ptrdiff_t> offsets;
 };
 
-// Collects the rows of an sqlite3_exec as sqlite3_get_table would.
-class ResultTable {
+// Appends a result cell in the text SQLite would give for it. Integers are
+// written here, which saves SQLite converting them in a buffer of its own.
+void appendColumn(CellBuffer& cells, sqlite3_stmt* statement, int column) {
+    switch (sqlite3_column_type(statement, column)) {
+    case SQLITE_NULL: cells.append(nullptr); return;
+    case SQLITE_INTEGER: {
+        char digits[24];
+        const auto end = std::to_chars(digits, digits + sizeof digits, sqlite3_column_int64(statement, column)).ptr;
+        cells.append(digits, static_cast<std::size_t>(end - digits));
+        return;
+    }
+    default: {
+        const unsigned char* text = sqlite3_column_text(statement, column);
+        if (!text) throw std::bad_alloc();
+        cells.append(reinterpret_cast<const char*>(text),
+                     static_cast<std::size_t>(sqlite3_column_bytes(statement, column)));
+    }
+    }
+}
+
+// Whether the connection's "empty_result_callbacks" pragma is on.
+bool reportsEmptyResults(sqlite3* connection) {
+    sqlite3_stmt* pragma = nullptr;
+    sqlite3_prepare_v2(connection, "PRAGMA empty_result_callbacks", -1, &pragma, nullptr);
+    const bool on = pragma && sqlite3_step(pragma) == SQLITE_ROW && sqlite3_column_int(pragma, 0) != 0;
+    sqlite3_finalize(pragma);
+    return on;
+}
+
+// Collects rows as sqlite3_get_table lays them out: the headings come with
+// the first row, and every later row, of whichever statement of the text,
+// must have as many columns. With "empty_result_callbacks" on, a statement
+// without rows counts as a row without cells, as it does there.
+class TableReader : public RowReader {
 public:
-    // The callback of sqlite3_exec; follows sqlite3_get_table's rules: the
-    // headings come with the first row, every later row must have as many
-    // columns.
-    static int onRow(void* self, int columns, char** values, char** headings) {
-        try {
-            return static_cast<ResultTable*>(self)->add(columns, values, headings) ? 0 : 1;
-        } catch (const std::bad_alloc&) {
-            static_cast<ResultTable*>(self)->outOfMemory = true;
-            return 1;
-        }
+    explicit TableReader(const std::string& sql) : sql(sql) {}
+
+    void onRow(sqlite3_stmt* statement) override {
+        const int columns = takeColumns(statement);
+        for (int column = 0; column < columns; ++column) appendColumn(cells, statement, column);
+        ++rows;
     }
 
-    // Result of the sqlite3_exec that fed this table, turned into the code
-    // sqlite3_get_table would have returned.
-    int finish(sqlite3* connection, int rc) {
-        if (outOfMemory) return SQLITE_NOMEM;
-        if (incompatible) {
-            // Leaves the connection's error state as that failure leaves it.
-            char** unused = nullptr;
-            sqlite3_get_table(connection, "SELECT 1; SELECT 1, 2", &unused, nullptr, nullptr, nullptr);
-            sqlite3_free_table(unused);
-            return SQLITE_ERROR;
-        }
-        return rc;
+    // Only a statement that could change the result asks for the pragma, so
+    // an INSERT or UPDATE alone costs nothing more.
+    void onNoRows(sqlite3_stmt* statement) override {
+        const bool couldChange = rows > 0 || headingsTaken || sqlite3_column_count(statement) > 0;
+        if (couldChange && reportsEmptyResults(sqlite3_db_handle(statement))) takeColumns(statement);
+    }
+
+    void onTry() override {
+        cells = CellBuffer();
+        rows = 0;
+        columnCount = 0;
+        headingsTaken = false;
     }
 
     ResultTuple release() { return cells.release(rows, columnCount); }
 
 private:
-    bool add(int columns, char** values, char** headings) {
+    int takeColumns(sqlite3_stmt* statement) {
+        const int columns = sqlite3_column_count(statement);
         if (rows == 0) {
             columnCount = columns;
-            for (int i = 0; i < columns; ++i) cells.append(headings[i]);
-        } else if (columnCount != columns) {
-            incompatible = true;
-            return false;
+            headingsTaken = headingsTaken || columns > 0;
+            for (int column = 0; column < columns; ++column) cells.append(columnName(statement, column));
+        } else if (columns != columnCount) {
+            throwException(SQLITE_ERROR, sqlite3_errstr(SQLITE_ERROR), sql);
         }
-        if (!values) return true;
-        for (int i = 0; i < columns; ++i) cells.append(values[i]);
-        ++rows;
-        return true;
+        return columns;
     }
 
+    const std::string& sql;
     CellBuffer cells;
     int rows = 0;
     int columnCount = 0;
-    bool incompatible = false;
-    bool outOfMemory = false;
+    bool headingsTaken = false;
 };
 
-void getTable(const boost::shared_ptr<sqlite3>& connection, const std::string& sql, ResultTuple& result) {
-    ResultTable table;
-    const int rc = table.finish(connection.get(),
-                                sqlite3_exec(connection.get(), sql.c_str(), &ResultTable::onRow, &table, nullptr));
-    if (rc != SQLITE_OK) throwException(rc, connection, sql);
-    result = table.release();
-}
-
-// Appends a result cell in the text SQLite would give for it; false when
-// SQLite ran out of memory converting it. Integers are written here, which
-// saves SQLite converting them in a buffer of its own.
-bool appendColumn(CellBuffer& cells, sqlite3_stmt* statement, int column) {
-    switch (sqlite3_column_type(statement, column)) {
-    case SQLITE_NULL: cells.append(nullptr); return true;
-    case SQLITE_INTEGER: {
-        char digits[24];
-        const auto end = std::to_chars(digits, digits + sizeof digits, sqlite3_column_int64(statement, column)).ptr;
-        cells.append(digits, static_cast<std::size_t>(end - digits));
-        return true;
-    }
-    default: {
-        const unsigned char* text = sqlite3_column_text(statement, column);
-        if (!text) return false;
-        cells.append(reinterpret_cast<const char*>(text),
-                     static_cast<std::size_t>(sqlite3_column_bytes(statement, column)));
-        return true;
-    }
-    }
-}
-
-// Leaves a cached statement ready for its next use, whatever happened.
-class StatementUse {
+// One statement of a text while it runs: compiled for this run and finalized
+// after it, or taken from the cache and left ready for its next use.
+class StatementInUse {
 public:
-    explicit StatementUse(sqlite3_stmt* statement) : statement(statement) {}
-    ~StatementUse() {
-        sqlite3_reset(statement);
-        sqlite3_clear_bindings(statement);
+    StatementInUse(sqlite3_stmt* statement, bool cached) : statement(statement), cached(cached) {}
+    ~StatementInUse() {
+        if (!cached) {
+            sqlite3_finalize(statement);
+        } else if (statement) {
+            sqlite3_reset(statement);
+            sqlite3_clear_bindings(statement);
+        }
     }
-    StatementUse(const StatementUse&) = delete;
-    StatementUse& operator=(const StatementUse&) = delete;
+    StatementInUse(const StatementInUse&) = delete;
+    StatementInUse& operator=(const StatementInUse&) = delete;
+
+    sqlite3_stmt* get() const { return statement; }
 
 private:
     sqlite3_stmt* statement;
+    bool cached;
 };
 
 int bind(sqlite3_stmt* statement, int position, const BoundValue& value) {
@@ -291,48 +288,69 @@ void bindAll(sqlite3_stmt* statement, const BoundValues& values, const boost::sh
     }
 }
 
-// Steps through all rows; the header row is added with the first row, so a
-// statement without rows has no columns, as with sqlite3_get_table.
-void collectRows(StatementCache::Statement& cached, const boost::shared_ptr<sqlite3>& connection,
-                 const std::string& sql, ResultTuple& result) {
-    sqlite3_stmt* statement = cached.get();
-    CellBuffer cells;
-    int columns = 0;
-    int rows = 0;
-    int rc;
-    while ((rc = sqlite3_step(statement)) == SQLITE_ROW) {
-        if (rows++ == 0) {
-            cells.appendHeadings(cached.headings(), cached.headingOffsets());
-            columns = sqlite3_column_count(statement);
-        }
-        for (int column = 0; column < columns; ++column)
-            if (!appendColumn(cells, statement, column)) throwException(SQLITE_NOMEM, connection, sql);
-    }
-    if (rc != SQLITE_DONE) throwException(rc, connection, sql);
-    result = cells.release(rows, columns);
-}
-
-struct BoundCall {
+// What one call runs: the text, the values to bind (none for a plain text)
+// and where the rows go.
+struct Run {
     const std::string& sql;
-    const BoundValues& values;
-    ResultTuple& result;
+    const BoundValues* values;
+    RowReader& reader;
 };
 
-void runBound(const boost::shared_ptr<sqlite3>& connection, const BoundCall& call) {
-    const std::string& sql = call.sql;
-    ResultTuple& result = call.result;
-    StatementCache::Statement* statement = nullptr;
-    const int rc = statementCache.prepare(connection, sql, statement);
-    if (rc == StatementCache::kSeveralStatements)
-        throw DBIException<dbiresult::DBI_SQL_ERROR>(sql + " holds more than one statement; a bound text runs one");
-    if (rc != SQLITE_OK) throwException(rc, connection, sql);
-    if (!statement) {
-        result = ResultTuple(boost::make_shared<char*>(nullptr), 0, 0);
-        return;
+// The next statement of a plain text, compiled for this run; null for a
+// stretch of blanks and comments. `next` moves past it.
+sqlite3_stmt* compileNext(const boost::shared_ptr<sqlite3>& connection, const Run& run, const char*& next,
+                          const char* end) {
+    sqlite3_stmt* statement = nullptr;
+    const int rc = sqlite3_prepare_v2(connection.get(), next, static_cast<int>(end - next + 1), &statement, &next);
+    if (rc != SQLITE_OK) {
+        sqlite3_finalize(statement);
+        throwException(rc, connection, run.sql);
     }
-    StatementUse use(statement->get());
-    bindAll(statement->get(), call.values, connection, sql);
-    collectRows(*statement, connection, sql, result);
+    return statement;
+}
+
+// The cached statement of a text with bound values, which must hold one
+// statement; null for a text of blanks and comments.
+sqlite3_stmt* cachedStatement(const boost::shared_ptr<sqlite3>& connection, const Run& run) {
+    StatementCache::Statement* statement = nullptr;
+    const int rc = statementCache.prepare(connection, run.sql, statement);
+    if (rc == StatementCache::kSeveralStatements)
+        throw DBIException<dbiresult::DBI_SQL_ERROR>(run.sql + " holds more than one statement; a bound text runs one");
+    if (rc != SQLITE_OK) throwException(rc, connection, run.sql);
+    return statement ? statement->get() : nullptr;
+}
+
+void stepAll(const boost::shared_ptr<sqlite3>& connection, const Run& run, sqlite3_stmt* statement) {
+    int rc;
+    bool anyRows = false;
+    try {
+        while ((rc = sqlite3_step(statement)) == SQLITE_ROW) {
+            anyRows = true;
+            run.reader.onRow(statement);
+        }
+        if (rc == SQLITE_DONE && !anyRows) run.reader.onNoRows(statement);
+    } catch (const std::bad_alloc&) {
+        throwException(SQLITE_NOMEM, connection, run.sql);
+    }
+    if (rc != SQLITE_DONE) throwException(rc, connection, run.sql);
+}
+
+// Runs the statements of the text in turn. Bound values mean one statement,
+// kept in the thread's cache; a plain text is compiled statement by
+// statement and nothing of it is kept.
+void runStatements(const boost::shared_ptr<sqlite3>& connection, const Run& run) {
+    const char* next = run.sql.c_str();
+    const char* const end = next + run.sql.size();
+    const bool bound = run.values != nullptr;
+    run.reader.onTry();
+    while (next < end) {
+        StatementInUse statement(bound ? cachedStatement(connection, run) : compileNext(connection, run, next, end),
+                                 bound);
+        if (bound) next = end;
+        if (!statement.get()) continue;
+        if (bound) bindAll(statement.get(), *run.values, connection, run.sql);
+        stepAll(connection, run, statement.get());
+    }
 }
 
 // A WAL read transaction that another connection has overtaken can never
@@ -355,18 +373,34 @@ void refuseEmbeddedNul(const std::string& sql) {
 
 }  // namespace
 
-void DBManager::execStatement(const std::string& sql, ResultTuple& result, bool reconnect) {
-    refuseEmbeddedNul(sql);
-    runWithRetries([&](const boost::shared_ptr<sqlite3>& connection) { getTable(connection, sql, result); }, reconnect);
+void DBManager::execStatement(const std::string& sql, ResultTuple& result, bool inSavepoint) {
+    TableReader table(sql);
+    execStatement(sql, table, inSavepoint);
+    result = table.release();
 }
 
 void DBManager::execStatement(const std::string& sql, const BoundValues& values, ResultTuple& result,
-                              bool reconnect) {
+                              bool inSavepoint) {
+    TableReader table(sql);
+    execStatement(sql, values, table, inSavepoint);
+    result = table.release();
+}
+
+void DBManager::execStatement(const std::string& sql, RowReader& reader, bool inSavepoint) {
     refuseEmbeddedNul(sql);
     // One captured pointer keeps the attempt within std::function's own
     // storage: no allocation per statement.
-    const BoundCall call{sql, values, result};
-    runWithRetries([&call](const boost::shared_ptr<sqlite3>& connection) { runBound(connection, call); }, reconnect);
+    const Run run{sql, nullptr, reader};
+    runWithRetries([&run](const boost::shared_ptr<sqlite3>& connection) { runStatements(connection, run); },
+                   inSavepoint);
+}
+
+void DBManager::execStatement(const std::string& sql, const BoundValues& values, RowReader& reader,
+                              bool inSavepoint) {
+    refuseEmbeddedNul(sql);
+    const Run run{sql, &values, reader};
+    runWithRetries([&run](const boost::shared_ptr<sqlite3>& connection) { runStatements(connection, run); },
+                   inSavepoint);
 }
 
 void DBManager::runWithRetries(const Attempt& attempt, bool inSavepoint) {

@@ -6,6 +6,7 @@
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <map>
 #include <memory>
 #include <new>
@@ -69,8 +70,10 @@ void Field::load(const std::string& text) {
     modified = false;
 }
 
-void Field::loadSettled(const char* text) {
-    value.assign(text);
+void Field::loadSettled(const char* text) { loadSettled(text, std::strlen(text)); }
+
+void Field::loadSettled(const char* text, std::size_t length) {
+    value.assign(text, length);
     stale = false;
     modified = false;
 }

@@ -182,8 +182,8 @@ bool Notify::pollJournal() {
     std::vector<dbi::library::Event> events;
     try {
         Query<dbi::library::Event> query;
-        query.orderBy(dbi::library::Event::id).addFilter(" " + std::string(dbi::library::Event::id) + " >= '" +
-                                                          std::to_string(nextId) + "' ");
+        query.orderBy(dbi::library::Event::id)
+            .compare(dbi::library::Event::id, ">=", nextId, dbi::library::Event::m_tableName);
         query.execute(events, Transaction::getDefaultTransaction());
     } catch (const DBIBaseException&) {
         // Database trouble: read the same rows again next cycle.
@@ -218,7 +218,7 @@ void Notify::run() {
         try {
             delivered = pollJournal();
         } catch (const std::exception& e) {
-            reportEvent("shlibs/dbi/Notify.cpp", 120, "run",
+            reportEvent("shlibs/dbi/Notify.cpp", __LINE__, "run",
                         std::string("Caught an exception in a DBNotify thread: ") + e.what());
             stopped.wait_for(kPollInterval);  // the batch comes again after a pause, never in a tight loop
             continue;

@@ -9,20 +9,6 @@ bool StatementCache::holdsAStatement(const char* text) const {
     return rc != SQLITE_OK || next;  // what does not compile is not a blank either
 }
 
-const std::string& StatementCache::Statement::headings() {
-    const int recompiled = sqlite3_stmt_status(compiled.get(), SQLITE_STMTSTATUS_REPREPARE, 0);
-    if (recompiled == compiledTimes) return names;
-    names.clear();
-    offsets.clear();
-    for (int column = 0; column < sqlite3_column_count(compiled.get()); ++column) {
-        offsets.push_back(names.size());
-        names += sqlite3_column_name(compiled.get(), column);
-        names += '\0';
-    }
-    compiledTimes = recompiled;
-    return names;
-}
-
 int StatementCache::prepare(const boost::shared_ptr<sqlite3>& owner, const std::string& sql,
                             Statement*& statement) {
     statement = nullptr;

@@ -8,7 +8,6 @@
 #include <unordered_map>
 #include <tuple>
 #include <utility>
-#include <vector>
 
 #include <boost/shared_ptr.hpp>
 #include <sqlite3.h>
@@ -26,24 +25,14 @@ class StatementCache {
     };
 
 public:
-    // A prepared statement with the column names of its result, kept so that
-    // a result's headings are one copy rather than an SQLite call per column.
+    // A prepared statement, finalized with its entry.
     class Statement {
     public:
         explicit Statement(sqlite3_stmt* compiled) : compiled(compiled) {}
         sqlite3_stmt* get() const { return compiled.get(); }
 
-        // The column names, each followed by a NUL, and where each starts.
-        // Valid after a step: SQLite may recompile a statement then (after a
-        // schema change), which can rename its columns.
-        const std::string& headings();
-        const std::vector<std::size_t>& headingOffsets() const { return offsets; }
-
     private:
         std::unique_ptr<sqlite3_stmt, Finalizer> compiled;
-        std::string names;
-        std::vector<std::size_t> offsets;
-        int compiledTimes = -1;  // the statement's recompile count when the names were taken
     };
 
     explicit StatementCache(std::size_t capacity) : capacity(capacity) {}

@@ -45,21 +45,30 @@ void Transaction::throwLost() const {
                                                      " was lost with its connection; nothing of it was committed");
 }
 
+bool Transaction::prepareToRun() {
+    if (autoBegin) begin();
+    if (isLost()) throwLost();
+    return isOpen();
+}
+
 ResultTuple Transaction::execStatement(const std::string& sql) {
     ResultTuple result;
-    if (autoBegin) begin();
-    // A statement of a lost transaction would otherwise run on its own.
-    if (isLost()) throwLost();
-    DBManager::execStatement(sql, result, isOpen());
+    DBManager::execStatement(sql, result, prepareToRun());
     return result;
 }
 
 ResultTuple Transaction::execStatement(const std::string& sql, const BoundValues& values) {
     ResultTuple result;
-    if (autoBegin) begin();
-    if (isLost()) throwLost();
-    DBManager::execStatement(sql, values, result, isOpen());
+    DBManager::execStatement(sql, values, result, prepareToRun());
     return result;
+}
+
+void Transaction::execStatement(const std::string& sql, RowReader& reader) {
+    DBManager::execStatement(sql, reader, prepareToRun());
+}
+
+void Transaction::execStatement(const std::string& sql, const BoundValues& values, RowReader& reader) {
+    DBManager::execStatement(sql, values, reader, prepareToRun());
 }
 
 std::string Transaction::lastRowId() { return DBManager::lastRowId(); }
