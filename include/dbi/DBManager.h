@@ -65,6 +65,7 @@ public:
     /// of collecting a result. A retried statement starts over: the reader
     /// hears of each try (RowReader::onTry) and forgets the rows before it.
     static void execStatement(const std::string& sql, RowReader& reader, bool inSavepoint);
+    /// The bound form, handing each row to `reader`.
     static void execStatement(const std::string& sql, const BoundValues& values, RowReader& reader,
                               bool inSavepoint);
 

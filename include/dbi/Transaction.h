@@ -49,6 +49,7 @@ public:
     ResultTuple execStatement(const std::string& sql, const BoundValues& values);
     /// Both forms, handing each row to `reader` (DBManager::execStatement).
     void execStatement(const std::string& sql, RowReader& reader);
+    /// The bound form, handing each row to `reader`.
     void execStatement(const std::string& sql, const BoundValues& values, RowReader& reader);
     /// The row id of the last insert on this thread's connection, as decimal
     /// text, whichever handle ran it (DBManager::lastRowId()).
