@@ -81,41 +81,54 @@ void waitForNextPoll(boost::unique_future<void>& stopped, boost::posix_time::tim
     }
 }
 
+// The files' latest change, and whether a commit was seen since.
+struct LastChange {
+    Clock::time_point at = Clock::now();  // the files may have changed before the watch began
+    bool seen = false;
+};
+
+// The next re-check after `change`, or `deadline`. Once the change's commit
+// was seen, only a commit whose writes came with it is looked for, and not
+// before the settle time: under steady writes the early re-checks would cost
+// a wake-up per commit.
+Clock::time_point nextRecheck(const LastChange& change, Clock::time_point now, Clock::time_point deadline) {
+    for (const long after : kRechecks) {
+        if (change.seen && after < kSettleTime.count()) continue;
+        const Clock::time_point recheck = change.at + boost::chrono::microseconds(after);
+        if (recheck > now) return std::min(deadline, recheck);
+    }
+    return deadline;
+}
+
 // Waits until stop(), the poll interval, or a commit of another connection
-// since `version` was marked. The re-checks run from `lastChange`, the files'
-// latest change, which this updates: they go on across a read, since the
-// events of a commit still on its way may have been taken before it. While a
-// seen change waits for its commit to show, further writes only wait for the
-// next re-check: a commit writes several times before it shows.
-void waitForCommit(CommitWatcher& watcher, DataVersion& version, Clock::time_point& lastChange) {
+// since `version` was marked. The re-checks run from the files' latest change,
+// which this updates: they go on across a read, since the events of a commit
+// still on its way may have been taken before it. While a seen change waits
+// for its commit to show, further writes only wait for the next re-check: a
+// commit writes several times before it shows.
+void waitForCommit(CommitWatcher& watcher, DataVersion& version, LastChange& change) {
     const Clock::time_point deadline = Clock::now() + kPollInterval;
     bool settling = false;
     for (;;) {
         const Clock::time_point now = Clock::now();
         if (now >= deadline) return;
-        Clock::time_point until = deadline;
-        for (const long after : kRechecks) {
-            const Clock::time_point recheck = lastChange + boost::chrono::microseconds(after);
-            if (recheck > now) {
-                until = std::min(deadline, recheck);
-                break;
-            }
-        }
+        const Clock::time_point until = nextRecheck(change, now, deadline);
         const boost::chrono::microseconds left =
             boost::chrono::duration_cast<boost::chrono::microseconds>(until - now);
         const CommitWatcher::Outcome outcome = settling ? watcher.sleep(left) : watcher.wait(left);
         if (outcome == CommitWatcher::WOKEN) return;
         if (outcome == CommitWatcher::CHANGED)
-            lastChange = Clock::now();
+            change = LastChange();
         else if (until == deadline)
             return;
         if (version.changed()) {
             // The writes that came while settling were the commit's own; a
             // later commit among them is still found by the re-checks.
             if (settling) watcher.forget();
+            change.seen = true;
             return;
         }
-        settling = outcome == CommitWatcher::CHANGED || (settling && until - lastChange < kSettleTime);
+        settling = outcome == CommitWatcher::CHANGED || (settling && until - change.at < kSettleTime);
     }
 }
 
@@ -212,7 +225,7 @@ void Notify::run() {
     // Marked before the first read, so a commit during it still wakes the
     // wait; later marks are the versions the waits saw change.
     if (waking) version.mark();
-    Clock::time_point lastChange = Clock::now();  // the files may have changed before the watch began
+    LastChange lastChange;
     while (!stopped.is_ready()) {
         bool delivered = false;
         try {
