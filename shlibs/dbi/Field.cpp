@@ -73,7 +73,9 @@ void Field::load(const std::string& text) {
 void Field::loadSettled(const char* text) { loadSettled(text, std::strlen(text)); }
 
 void Field::loadSettled(const char* text, std::size_t length) {
-    value.assign(text, length);
+    // Appending to the emptied text copies without assign's overlap checks.
+    value.clear();
+    value.append(text, length);
     stale = false;
     modified = false;
 }
