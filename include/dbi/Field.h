@@ -59,7 +59,8 @@ public:
     /// A field of a record class's column, holding DBI_UNKNOWN, neither
     /// modified nor stale. `column` must outlive the field; record classes
     /// pass a static.
-    explicit Field(const FieldDescriptor& column);
+    explicit Field(const FieldDescriptor& column)
+        : column(&column), value(DBI_UNKNOWN), modified(false), stale(false) {}
     /// A field of a record class's column with an empty value, which the
     /// caller must store at once (RowReader::fill).
     Field(const FieldDescriptor& column, detail::Unfilled)
@@ -118,6 +119,8 @@ protected:
     /// A standalone field of `kind`, as the public four-text constructor makes
     /// it; `name` must be a static string.
     Field(const char* name, const FieldKind& kind);
+    /// What operator= does, for `length` bytes at `text`.
+    void assign(const char* text, std::size_t length);
     /// Clears the stale flag, once a derived field has decoded the current text.
     void markDecoded() const { stale = false; }
 

@@ -101,6 +101,8 @@ struct ColumnLayout {
     /// " table.a, table.b" in the field map's iteration order: the column
     /// list of the SELECT a Query builds.
     std::string selectList;
+    /// For each column in declaration order, its position in byName.
+    std::vector<std::size_t> nameRank;
 };
 
 template <class T>
@@ -115,6 +117,13 @@ ColumnLayout<T> makeColumnLayout() {
     layout.byName = layout.selected;
     std::sort(layout.byName.begin(), layout.byName.end(),
               [](const Column<T>& a, const Column<T>& b) { return std::strcmp(a.name, b.name) < 0; });
+    const T prototype;
+    forEachColumn<T>([&](auto member) {
+        const char* name = (prototype.*member).getName();
+        std::size_t rank = 0;
+        while (std::strcmp(layout.byName[rank].name, name) != 0) ++rank;
+        layout.nameRank.push_back(rank);
+    });
     return layout;
 }
 

@@ -109,18 +109,27 @@ private:
 
     /// The modified fields with their column names, sorted by name: what an
     /// INSERT or UPDATE of the record writes, in the order it writes them.
-    struct FieldsToWrite : std::vector<std::pair<const char*, const Field*>> {
+    struct FieldsToWrite {
+        using Column = std::pair<const char*, const Field*>;
+        std::array<Column, T::columnCount> columns;
+        std::size_t count = 0;
         std::bitset<T::columnCount> written;  // by position in name order
         bool anyBare = false;                 // a marker is written in place
+
+        const Column* begin() const { return columns.data(); }
+        const Column* end() const { return columns.data() + count; }
+        bool empty() const { return count == 0; }
     };
     static FieldsToWrite fieldsToWrite(T& record) {
+        const detail::ColumnLayout<T>& layout = detail::columnLayout<T>();
+        std::array<const Field*, T::columnCount> inNameOrder;
+        std::size_t column = 0;
+        detail::forEachColumn<T>([&](auto member) { inNameOrder[layout.nameRank[column++]] = &(record.*member); });
         FieldsToWrite columns;
-        columns.reserve(T::columnCount);
-        const std::vector<detail::Column<T>>& byName = detail::columnLayout<T>().byName;
-        for (std::size_t i = 0; i < byName.size(); ++i) {
-            const Field& field = (*byName[i].field)(&record);
+        for (std::size_t i = 0; i < T::columnCount; ++i) {
+            const Field& field = *inNameOrder[i];
             if (!field.isModified()) continue;
-            columns.emplace_back(byName[i].name, &field);
+            columns.columns[columns.count++] = {layout.byName[i].name, &field};
             columns.written.set(i);
             columns.anyBare = columns.anyBare || field.isBareInSql();
         }

@@ -246,7 +246,8 @@ private:
 };
 
 // One statement of a text while it runs: compiled for this run and finalized
-// after it, or taken from the cache and left ready for its next use.
+// after it, or taken from the cache and left ready for its next use. Its
+// bindings are left as they are: every run binds all values before it steps.
 class StatementInUse {
 public:
     StatementInUse(sqlite3_stmt* statement, bool cached) : statement(statement), cached(cached) {}
@@ -255,7 +256,6 @@ public:
             sqlite3_finalize(statement);
         } else if (statement) {
             sqlite3_reset(statement);
-            sqlite3_clear_bindings(statement);
         }
     }
     StatementInUse(const StatementInUse&) = delete;
