@@ -11,6 +11,7 @@
 
 #include "dbi/BoundValue.h"
 #include "dbi/Export.h"
+#include "dbi/ParameterBinder.h"
 #include "dbi/RowReader.h"
 
 struct sqlite3;
@@ -67,6 +68,10 @@ public:
     static void execStatement(const std::string& sql, RowReader& reader, bool inSavepoint);
     /// The bound form, handing each row to `reader`.
     static void execStatement(const std::string& sql, const BoundValues& values, RowReader& reader,
+                              bool inSavepoint);
+    /// The bound form with values bound by `parameters` from where the caller
+    /// keeps them, which must stay unchanged until this returns.
+    static void execStatement(const std::string& sql, const ParameterBinder& parameters, RowReader& reader,
                               bool inSavepoint);
 
     /// The last inserted row id of this thread's connection, as decimal text.

@@ -41,6 +41,12 @@ struct FieldDescriptor {
     const FieldKind* kind;
 };
 
+namespace detail {
+/// Selects the constructors that leave a field's value empty, for a reader
+/// that stores every field of the record right after.
+struct Unfilled {};
+}  // namespace detail
+
 /// One column value of a record, held as SQL-ready text together with a
 /// pointer to its column's static descriptor. Records own their fields by
 /// value; a field is not shared between threads.
@@ -53,11 +59,19 @@ public:
     /// A field of a record class's column, holding DBI_UNKNOWN, neither
     /// modified nor stale. `column` must outlive the field; record classes
     /// pass a static.
-    explicit Field(const FieldDescriptor& column);
+    explicit Field(const FieldDescriptor& column)
+        : column(&column), value(DBI_UNKNOWN), modified(false), stale(false) {}
+    /// A field of a record class's column with an empty value, which the
+    /// caller must store at once (RowReader::fill).
+    Field(const FieldDescriptor& column, detail::Unfilled)
+        : column(&column), modified(false), stale(false) {}
     /// A field outside a record class; the texts must be static strings.
     Field(const char* name, const char* sqlType, const char* prefix, const char* suffix);
     /// Copies everything but the stale flag: a copy is never stale.
     Field(const Field& other);
+    /// Takes the value, flags included; `other` is left empty.
+    Field(Field&& other) noexcept
+        : column(other.column), value(std::move(other.value)), modified(other.modified), stale(other.stale) {}
     Field& operator=(const Field&) = delete;
 
     /// Changes the value; assigning the text already held changes nothing,
@@ -95,6 +109,9 @@ public:
     /// The two markers go into SQL bare; every other value between the
     /// column's prefix and suffix.
     bool isBareInSql() const { return value == DBI_UNKNOWN || value == CURRENT_TIMESTAMP; }
+    /// True for the integer kinds, written into SQL without prefix or suffix:
+    /// bound-values mode binds them as integers.
+    bool bindsAsInteger() const { return *getPrefix() == '\0' && *getSuffix() == '\0'; }
     /// Appends the value as it appears in INSERT and UPDATE texts.
     void appendSqlValue(std::string& sql) const;
 
@@ -102,6 +119,8 @@ protected:
     /// A standalone field of `kind`, as the public four-text constructor makes
     /// it; `name` must be a static string.
     Field(const char* name, const FieldKind& kind);
+    /// What operator= does, for `length` bytes at `text`.
+    void assign(const char* text, std::size_t length);
     /// Clears the stale flag, once a derived field has decoded the current text.
     void markDecoded() const { stale = false; }
 
@@ -121,6 +140,8 @@ public:
     explicit IntegerField(const char* name) : Field(name, kind) {}
     /// A field of a record class's column; `column` must outlive it.
     explicit IntegerField(const FieldDescriptor& column) : Field(column) {}
+    /// The same, unfilled: a reader stores the value at once.
+    IntegerField(const FieldDescriptor& column, detail::Unfilled tag) : Field(column, tag) {}
     using Field::operator=;
     /// Stores `value` as decimal text, as an assignment of that text would.
     IntegerField& setIntValue(int value);
@@ -139,6 +160,8 @@ public:
     explicit BigIntegerField(const char* name) : Field(name, kind) {}
     /// A field of a record class's column; `column` must outlive it.
     explicit BigIntegerField(const FieldDescriptor& column) : Field(column) {}
+    /// The same, unfilled: a reader stores the value at once.
+    BigIntegerField(const FieldDescriptor& column, detail::Unfilled tag) : Field(column, tag) {}
     using Field::operator=;
     /// Stores `value` as decimal text, as an assignment of that text would.
     BigIntegerField& setIntValue(long long value);
@@ -157,6 +180,8 @@ public:
     explicit CharField(const char* name) : Field(name, kind) {}
     /// A field of a record class's column; `column` must outlive it.
     explicit CharField(const FieldDescriptor& column) : Field(column) {}
+    /// The same, unfilled: a reader stores the value at once.
+    CharField(const FieldDescriptor& column, detail::Unfilled tag) : Field(column, tag) {}
     using Field::operator=;
 };
 
@@ -169,6 +194,8 @@ public:
     explicit BooleanField(const char* name) : Field(name, kind) {}
     /// A field of a record class's column; `column` must outlive it.
     explicit BooleanField(const FieldDescriptor& column) : Field(column) {}
+    /// The same, unfilled: a reader stores the value at once.
+    BooleanField(const FieldDescriptor& column, detail::Unfilled tag) : Field(column, tag) {}
     using Field::operator=;
     /// Stores "t" or "f", as an assignment of that text would.
     BooleanField& operator=(bool value);
@@ -186,6 +213,8 @@ public:
     explicit DateTimeField(const char* name) : Field(name, kind) {}
     /// A field of a record class's column; `column` must outlive it.
     explicit DateTimeField(const FieldDescriptor& column) : Field(column) {}
+    /// The same, unfilled: a reader stores the value at once.
+    DateTimeField(const FieldDescriptor& column, detail::Unfilled tag) : Field(column, tag) {}
     using Field::operator=;
     /// Parses "2012-03-04T05:06:07", "20120304T050607" or "2012-03-04 05:06:07";
     /// other text throws Boost's date-time or lexical-cast exception.
@@ -201,6 +230,8 @@ public:
     explicit ByteArrayField(const char* name) : Field(name, kind) {}
     /// A field of a record class's column; `column` must outlive it.
     explicit ByteArrayField(const FieldDescriptor& column) : Field(column) {}
+    /// The same, unfilled: a reader stores the value at once.
+    ByteArrayField(const FieldDescriptor& column, detail::Unfilled tag) : Field(column, tag) {}
     using Field::operator=;
     /// Throws std::bad_alloc when the encoder cannot allocate.
     ByteArrayField& operator=(const std::vector<unsigned char>& bytes);
@@ -237,6 +268,8 @@ public:
     explicit NumberArrayField(const char* name) : Field(name, kind) {}
     /// A field of a record class's column; `column` must outlive it.
     explicit NumberArrayField(const FieldDescriptor& column) : Field(column) {}
+    /// The same, unfilled: a reader stores the value at once.
+    NumberArrayField(const FieldDescriptor& column, detail::Unfilled tag) : Field(column, tag) {}
     /// A standalone field named `name` holding `values`, modified.
     NumberArrayField(const char* name, Data values) : NumberArrayField(name) { *this = values; }
     using Field::operator=;
@@ -290,6 +323,8 @@ public:
     explicit ForeignKey(const char* name) : IntegerField(name) {}
     /// A field of a record class's column; `column` must outlive it.
     explicit ForeignKey(const FieldDescriptor& column) : IntegerField(column) {}
+    /// The same, unfilled: a reader stores the value at once.
+    ForeignKey(const FieldDescriptor& column, detail::Unfilled tag) : IntegerField(column, tag) {}
     using IntegerField::operator=;
 };
 

@@ -9,6 +9,7 @@
 #include "dbi/BoundValue.h"
 #include "dbi/Configure.h"
 #include "dbi/DBIException.h"
+#include "dbi/ParameterBinder.h"
 #include "dbi/Record.h"
 #include "dbi/RowReader.h"
 #include "dbi/Transaction.h"
@@ -176,6 +177,11 @@ private:
 
         void onRow(sqlite3_stmt* statement) override {
             if (!fields) mapColumns(statement);
+            if (everyColumn) {
+                records.emplace_back(detail::Unfilled());
+                fillOwnColumns(statement, records.back());
+                return;
+            }
             records.emplace_back();
             T& record = records.back();
             for (int column = 0; column < columns; ++column)
@@ -187,6 +193,7 @@ private:
             columns = columnCount(statement);
             if (ownColumns) {
                 fields = &ownFields();
+                everyColumn = columns >= static_cast<int>(fields->size());
                 columns = std::min(columns, static_cast<int>(fields->size()));
                 return;
             }
@@ -199,7 +206,65 @@ private:
         const std::size_t before;  // records the caller had already
         const std::vector<const Accessor*>* fields = nullptr;
         int columns = 0;
+        bool everyColumn = false;  // the row sets every field: records start unfilled
         std::vector<const Accessor*> named;
+    };
+
+    /// Reads the first row of T's own SELECT list into `record`, unfilled
+    /// until then, and counts the rows.
+    class FirstRecordReader : public RowReader {
+    public:
+        explicit FirstRecordReader(T& record) : record(record) {}
+
+        void onTry() override { rows = 0; }
+
+        void onRow(sqlite3_stmt* statement) override {
+            if (rows++ == 0) fillOwnColumns(statement, record);
+        }
+
+        std::size_t rows = 0;
+
+    private:
+        T& record;
+    };
+
+    /// Stores every field of `record` from a row of T's own SELECT list.
+    static void fillOwnColumns(sqlite3_stmt* statement, T& record) {
+        const std::vector<const Accessor*>& fields = ownFields();
+        for (std::size_t column = 0; column < fields.size(); ++column)
+            RowReader::fill(statement, static_cast<int>(column), (*fields[column])(&record));
+    }
+
+    /// The row with that id (Table<T>::get). The text up to the value is built
+    /// once per class; with bound values the whole text is, and the id bound.
+    static T getById(int id, Transaction& transaction) {
+        static const std::string head =
+            Query().getQuery(false) + " WHERE " + T::m_tableName + "." + T::id + " = ";
+        static const std::string bound = head + "? ";
+        T record{detail::Unfilled()};
+        FirstRecordReader reader(record);
+        const std::string* sql = &bound;
+        std::string text;
+        if (Configure::getBindValues()) {
+            transaction.execStatement(bound, IdBinder(id), reader);
+        } else {
+            text = head + "'" + std::to_string(id) + "' ";
+            sql = &text;
+            transaction.execStatement(text, reader);
+        }
+        if (reader.rows != 1) throwNotFound(*sql, reader.rows);
+        return record;
+    }
+
+    /// Binds the one id of getById().
+    class IdBinder : public ParameterBinder {
+    public:
+        explicit IdBinder(long long id) : id(id) {}
+        int count() const override { return 1; }
+        int bindAll(sqlite3_stmt* statement) const override { return bindInteger(statement, 1, id); }
+
+    private:
+        long long id;
     };
 
     /// The field of each column of T's own SELECT list, in its order.

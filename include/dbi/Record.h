@@ -101,6 +101,8 @@ struct ColumnLayout {
     /// " table.a, table.b" in the field map's iteration order: the column
     /// list of the SELECT a Query builds.
     std::string selectList;
+    /// For each column in declaration order, its position in byName.
+    std::vector<std::size_t> nameRank;
 };
 
 template <class T>
@@ -115,6 +117,13 @@ ColumnLayout<T> makeColumnLayout() {
     layout.byName = layout.selected;
     std::sort(layout.byName.begin(), layout.byName.end(),
               [](const Column<T>& a, const Column<T>& b) { return std::strcmp(a.name, b.name) < 0; });
+    const T prototype;
+    forEachColumn<T>([&](auto member) {
+        const char* name = (prototype.*member).getName();
+        std::size_t rank = 0;
+        while (std::strcmp(layout.byName[rank].name, name) != 0) ++rank;
+        layout.nameRank.push_back(rank);
+    });
     return layout;
 }
 
@@ -133,7 +142,7 @@ const ColumnLayout<T>& columnLayout() {
 // header declares the class with DBI_RECORD(Class, LIST) and the source
 // defines its statics with DBI_RECORD_DEFINE(Class, "table_name", LIST).
 // From that one list come the column-name constants (Class::geoLocation
-// holding "geo_location"), the fields (m_geoLocation), the default and copy
+// holding "geo_location"), the fields (m_geoLocation), the default, copy and move
 // constructors, assignment, swap, equality, the field map and its column
 // count, and per column a static descriptor (m_geoLocationColumn) that all
 // its fields point at. tests/support/Records.h shows a complete record class.
@@ -143,6 +152,7 @@ const ColumnLayout<T>& columnLayout() {
 #define DBI_DETAIL_COLUMN_FIELD(C, Type, name, text) ::dbi::Type m_##name{m_##name##Column};
 #define DBI_DETAIL_COLUMN_COUNT(C, Type, name, text) +1
 #define DBI_DETAIL_COLUMN_POINTER(C, Type, name, text) std::make_tuple(&C::m_##name),
+#define DBI_DETAIL_COLUMN_UNFILLED(C, Type, name, text) , m_##name(m_##name##Column, tag)
 #define DBI_DETAIL_COLUMN_DEFINE(C, Type, name, text) \
     const char* const C::name = text;                  \
     const ::dbi::FieldDescriptor C::m_##name##Column{&C::name, &::dbi::Type::kind};
@@ -158,6 +168,10 @@ public:                                                                         
     static auto columns() { return std::tuple_cat(COLUMNS(DBI_DETAIL_COLUMN_POINTER, Class) std::tuple<>()); } \
     Class() = default;                                                                   \
     Class(const Class&) = default;                                                       \
+    Class(Class&&) = default;                                                            \
+    /* Every field empty, for a reader that stores all of them at once. */               \
+    explicit Class(::dbi::detail::Unfilled tag)                                          \
+        : ::dbi::Table<Class>() COLUMNS(DBI_DETAIL_COLUMN_UNFILLED, Class) {}            \
     Class& operator=(Class other) {                                                      \
         swap(other);                                                                     \
         return *this;                                                                    \

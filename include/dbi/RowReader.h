@@ -34,6 +34,9 @@ public:
     /// modified nor stale. A NULL cell leaves the field as it is. Throws
     /// std::bad_alloc when SQLite cannot convert the cell.
     static void load(sqlite3_stmt* statement, int column, Field& field);
+    /// load() for a field constructed unfilled: a NULL cell stores DBI_UNKNOWN,
+    /// the value such a field holds when constructed filled.
+    static void fill(sqlite3_stmt* statement, int column, Field& field);
 };
 
 }  // namespace dbi

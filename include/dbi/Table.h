@@ -1,6 +1,7 @@
 #ifndef DBI_TABLE_H
 #define DBI_TABLE_H
 
+#include <array>
 #include <bitset>
 #include <cstdlib>
 #include <sstream>
@@ -27,7 +28,7 @@ public:
     static FieldMap<T>& getFieldMap() { return detail::fieldMap<T>(); }
 
     /// The row with that id; DBIException<6> unless exactly one row matches.
-    static T get(int id, Transaction& transaction) { return Query<T>().equals(T::id, id, T::m_tableName).get(transaction); }
+    static T get(int id, Transaction& transaction) { return Query<T>::getById(id, transaction); }
 
     /// Writes the modified columns. A record without id is inserted and then
     /// holds its new id. With `create`, a record carrying an id is looked up
@@ -39,15 +40,17 @@ public:
         const FieldsToWrite columns = fieldsToWrite(record);
         const bool bind = Configure::getBindValues();
         // Taken before anything runs, so a value that cannot be bound writes nothing.
-        BoundValues values = bind ? boundValues(columns) : BoundValues();
+        FieldBinder values;
+        if (bind) values.addAll(columns);
         const bool insert = record.m_id.isUnknown() || (create && isMissing(record, transaction));
         if (columns.empty()) return;
+        NoRows noRows;
         if (!bind) {
-            transaction.execStatement(insert ? insertText(columns, false)
-                                             : updateText(columns, record.m_id.getValue(), false));
+            transaction.execStatement(
+                insert ? insertText(columns, false) : updateText(columns, record.m_id.getValue(), false), noRows);
         } else {
-            if (!insert) values.push_back(BoundValue::of(record.m_id));
-            transaction.execStatement(boundText(columns, insert), values);
+            if (!insert) values.add(record.m_id);
+            transaction.execStatement(boundText(columns, insert), values, noRows);
         }
         if (insert && record.m_id.isUnknown()) record.m_id = transaction.lastRowId();
     }
@@ -106,18 +109,27 @@ private:
 
     /// The modified fields with their column names, sorted by name: what an
     /// INSERT or UPDATE of the record writes, in the order it writes them.
-    struct FieldsToWrite : std::vector<std::pair<const char*, const Field*>> {
+    struct FieldsToWrite {
+        using Column = std::pair<const char*, const Field*>;
+        std::array<Column, T::columnCount> columns;
+        std::size_t count = 0;
         std::bitset<T::columnCount> written;  // by position in name order
         bool anyBare = false;                 // a marker is written in place
+
+        const Column* begin() const { return columns.data(); }
+        const Column* end() const { return columns.data() + count; }
+        bool empty() const { return count == 0; }
     };
     static FieldsToWrite fieldsToWrite(T& record) {
+        const detail::ColumnLayout<T>& layout = detail::columnLayout<T>();
+        std::array<const Field*, T::columnCount> inNameOrder;
+        std::size_t column = 0;
+        detail::forEachColumn<T>([&](auto member) { inNameOrder[layout.nameRank[column++]] = &(record.*member); });
         FieldsToWrite columns;
-        columns.reserve(T::columnCount);
-        const std::vector<detail::Column<T>>& byName = detail::columnLayout<T>().byName;
-        for (std::size_t i = 0; i < byName.size(); ++i) {
-            const Field& field = (*byName[i].field)(&record);
+        for (std::size_t i = 0; i < T::columnCount; ++i) {
+            const Field& field = *inNameOrder[i];
             if (!field.isModified()) continue;
-            columns.emplace_back(byName[i].name, &field);
+            columns.columns[columns.count++] = {layout.byName[i].name, &field};
             columns.written.set(i);
             columns.anyBare = columns.anyBare || field.isBareInSql();
         }
@@ -141,15 +153,53 @@ private:
     }
     static constexpr std::size_t kCachedTexts = 8;
 
-    /// What a bound statement carries for the written fields, in text order;
-    /// the two markers stay bare SQL and bind nothing.
-    static BoundValues boundValues(const FieldsToWrite& columns) {
-        BoundValues values;
-        values.reserve(columns.size() + 1);
-        for (const auto& column : columns)
-            if (!column.second->isBareInSql()) values.push_back(BoundValue::of(*column.second));
-        return values;
-    }
+    /// Binds the written fields, in text order, straight from the record,
+    /// which stays unchanged while the statement runs. Integer columns are
+    /// checked and converted when added, before anything runs; the two
+    /// markers stay bare SQL and bind nothing.
+    class FieldBinder : public ParameterBinder {
+    public:
+        void addAll(const FieldsToWrite& columns) {
+            for (const auto& column : columns)
+                if (!column.second->isBareInSql()) add(*column.second);
+        }
+
+        void add(const Field& field) {
+            Value& value = values[size++];
+            value.field = &field;
+            value.integer = field.bindsAsInteger();
+            if (value.integer) value.number = BoundValue::of(field).getInteger();
+        }
+
+        int count() const override { return static_cast<int>(size); }
+
+        int bindAll(sqlite3_stmt* statement) const override {
+            for (std::size_t i = 0; i < size; ++i) {
+                const Value& value = values[i];
+                const std::string& text = value.field->getValue();
+                const int position = static_cast<int>(i + 1);
+                const int rc = value.integer ? bindInteger(statement, position, value.number)
+                                             : bindText(statement, position, text.data(), text.size());
+                if (rc != 0) return rc;  // anything but SQLITE_OK
+            }
+            return 0;
+        }
+
+    private:
+        struct Value {
+            const Field* field;
+            long long number;
+            bool integer;
+        };
+        std::array<Value, T::columnCount + 1> values;  // the columns and the id of an update
+        std::size_t size = 0;
+    };
+
+    /// Writes return no rows; nothing is collected.
+    struct NoRows : RowReader {
+        void onRow(sqlite3_stmt*) override {}
+        void onTry() override {}
+    };
 
     /// A field's value as SQL: written in place, or "?" when it is bound.
     static void appendValue(std::string& sql, const Field& field, bool bind) {

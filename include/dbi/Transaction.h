@@ -51,6 +51,8 @@ public:
     void execStatement(const std::string& sql, RowReader& reader);
     /// The bound form, handing each row to `reader`.
     void execStatement(const std::string& sql, const BoundValues& values, RowReader& reader);
+    /// The bound form with values bound by `parameters` where the caller keeps them.
+    void execStatement(const std::string& sql, const ParameterBinder& parameters, RowReader& reader);
     /// The row id of the last insert on this thread's connection, as decimal
     /// text, whichever handle ran it (DBManager::lastRowId()).
     std::string lastRowId();

@@ -12,6 +12,7 @@
 #include "dbi/EventReporter.h"
 #include "dbi/Field.h"
 #include "dbi/Notify.h"
+#include "dbi/ParameterBinder.h"
 #include "dbi/Query.h"
 #include "dbi/Record.h"
 #include "dbi/RetryTransaction.h"

@@ -39,8 +39,7 @@ BoundValue BoundValue::text(std::string text) {
 }
 
 BoundValue BoundValue::of(const Field& field) {
-    // Integer kinds are the ones written into SQL without anything around them.
-    if (*field.getPrefix() != '\0' || *field.getSuffix() != '\0') return text(field.getValue());
+    if (!field.bindsAsInteger()) return text(field.getValue());
     long long number = 0;
     if (field.getValue().empty() || !parseDecimal(field.getValue(), number))
         throw DBIException<dbiresult::DBI_SQL_ERROR>(std::string("integer column ") + field.getName() +

@@ -18,6 +18,7 @@
 #include "dbi/Configure.h"
 #include "dbi/RowReader.h"
 #include "dbi/DBIException.h"
+#include "dbi/ParameterBinder.h"
 #include "dbi/Transaction.h"
 
 namespace dbi {
@@ -93,7 +94,9 @@ sqlite3* openAndInitialise() {
 }  // namespace
 
 boost::shared_ptr<sqlite3> DBManager::getConnection() {
-    if (tsp.get() && *tsp) return *tsp;
+    // One look-up of the thread's slot: each costs a search of the thread's data.
+    const boost::shared_ptr<sqlite3>* slot = tsp.get();
+    if (slot && *slot) return *slot;
     UmaskGuard umaskGuard;
     sqlite3* db = openAndInitialise();
     boost::shared_ptr<sqlite3> connection(db, sqlite3_close);  // closes db itself if this throws
@@ -243,7 +246,8 @@ private:
 };
 
 // One statement of a text while it runs: compiled for this run and finalized
-// after it, or taken from the cache and left ready for its next use.
+// after it, or taken from the cache and left ready for its next use. Its
+// bindings are left as they are: every run binds all values before it steps.
 class StatementInUse {
 public:
     StatementInUse(sqlite3_stmt* statement, bool cached) : statement(statement), cached(cached) {}
@@ -252,7 +256,6 @@ public:
             sqlite3_finalize(statement);
         } else if (statement) {
             sqlite3_reset(statement);
-            sqlite3_clear_bindings(statement);
         }
     }
     StatementInUse(const StatementInUse&) = delete;
@@ -265,34 +268,40 @@ private:
     bool cached;
 };
 
-int bind(sqlite3_stmt* statement, int position, const BoundValue& value) {
-    switch (value.getKind()) {
-    case BoundValue::Kind::Integer: return sqlite3_bind_int64(statement, position, value.getInteger());
-    case BoundValue::Kind::Text:
-        return sqlite3_bind_text(statement, position, value.getText().data(),
-                                 static_cast<int>(value.getText().size()), SQLITE_STATIC);
-    case BoundValue::Kind::Null: break;
-    }
-    return sqlite3_bind_null(statement, position);
-}
+// The values of a BoundValues list, bound where they are.
+class BoundValuesBinder : public ParameterBinder {
+public:
+    explicit BoundValuesBinder(const BoundValues& values) : values(values) {}
 
-void bindAll(sqlite3_stmt* statement, const BoundValues& values, const boost::shared_ptr<sqlite3>& connection,
-             const std::string& sql) {
-    if (sqlite3_bind_parameter_count(statement) != static_cast<int>(values.size()))
-        throw DBIException<dbiresult::DBI_MISUSE>(sql + " takes " +
-                                                  std::to_string(sqlite3_bind_parameter_count(statement)) +
-                                                  " values, " + std::to_string(values.size()) + " given");
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        const int rc = bind(statement, static_cast<int>(i + 1), values[i]);
-        if (rc != SQLITE_OK) throwException(rc, connection, sql);
+    int count() const override { return static_cast<int>(values.size()); }
+
+    int bindAll(sqlite3_stmt* statement) const override {
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            const int rc = bindValue(statement, static_cast<int>(i + 1), values[i]);
+            if (rc != SQLITE_OK) return rc;
+        }
+        return SQLITE_OK;
     }
+
+private:
+    const BoundValues& values;
+};
+
+void bindAll(sqlite3_stmt* statement, const ParameterBinder& parameters,
+             const boost::shared_ptr<sqlite3>& connection, const std::string& sql) {
+    const int expected = sqlite3_bind_parameter_count(statement);
+    if (expected != parameters.count())
+        throw DBIException<dbiresult::DBI_MISUSE>(sql + " takes " + std::to_string(expected) + " values, " +
+                                                  std::to_string(parameters.count()) + " given");
+    const int rc = parameters.bindAll(statement);
+    if (rc != SQLITE_OK) throwException(rc, connection, sql);
 }
 
 // What one call runs: the text, the values to bind (none for a plain text)
 // and where the rows go.
 struct Run {
     const std::string& sql;
-    const BoundValues* values;
+    const ParameterBinder* parameters;
     RowReader& reader;
 };
 
@@ -341,14 +350,14 @@ void stepAll(const boost::shared_ptr<sqlite3>& connection, const Run& run, sqlit
 void runStatements(const boost::shared_ptr<sqlite3>& connection, const Run& run) {
     const char* next = run.sql.c_str();
     const char* const end = next + run.sql.size();
-    const bool bound = run.values != nullptr;
+    const bool bound = run.parameters != nullptr;
     run.reader.onTry();
     while (next < end) {
         StatementInUse statement(bound ? cachedStatement(connection, run) : compileNext(connection, run, next, end),
                                  bound);
         if (bound) next = end;
         if (!statement.get()) continue;
-        if (bound) bindAll(statement.get(), *run.values, connection, run.sql);
+        if (bound) bindAll(statement.get(), *run.parameters, connection, run.sql);
         stepAll(connection, run, statement.get());
     }
 }
@@ -397,8 +406,13 @@ void DBManager::execStatement(const std::string& sql, RowReader& reader, bool in
 
 void DBManager::execStatement(const std::string& sql, const BoundValues& values, RowReader& reader,
                               bool inSavepoint) {
+    execStatement(sql, BoundValuesBinder(values), reader, inSavepoint);
+}
+
+void DBManager::execStatement(const std::string& sql, const ParameterBinder& parameters, RowReader& reader,
+                              bool inSavepoint) {
     refuseEmbeddedNul(sql);
-    const Run run{sql, &values, reader};
+    const Run run{sql, &parameters, reader};
     runWithRetries([&run](const boost::shared_ptr<sqlite3>& connection) { runStatements(connection, run); },
                    inSavepoint);
 }

@@ -46,8 +46,6 @@ const FieldDescriptor& standaloneColumn(const char* name, const char* sqlType, c
 
 }  // namespace
 
-Field::Field(const FieldDescriptor& column) : column(&column), value(DBI_UNKNOWN), modified(false), stale(false) {}
-
 Field::Field(const char* name, const char* sqlType, const char* prefix, const char* suffix)
     : Field(standaloneColumn(name, sqlType, prefix, suffix)) {}
 
@@ -57,11 +55,16 @@ Field::Field(const Field& other)
     : column(other.column), value(other.value), modified(other.modified), stale(false) {}
 
 Field& Field::operator=(const std::string& text) {
-    if (text == value) return *this;
-    value = text;
+    assign(text.data(), text.size());
+    return *this;
+}
+
+void Field::assign(const char* text, std::size_t length) {
+    if (value.size() == length && value.compare(0, length, text, length) == 0) return;
+    value.clear();  // then appended: a plain copy, without assign's overlap checks
+    value.append(text, length);
     modified = true;
     stale = true;
-    return *this;
 }
 
 void Field::load(const std::string& text) {
@@ -73,7 +76,14 @@ void Field::load(const std::string& text) {
 void Field::loadSettled(const char* text) { loadSettled(text, std::strlen(text)); }
 
 void Field::loadSettled(const char* text, std::size_t length) {
-    value.assign(text, length);
+    // Emptied and appended to: a plain copy, without assign's overlap checks,
+    // unless the text lies within the value itself.
+    if (text >= value.data() && text <= value.data() + value.size()) {
+        value.assign(text, length);
+    } else {
+        value.clear();
+        value.append(text, length);
+    }
     stale = false;
     modified = false;
 }
@@ -94,18 +104,9 @@ void Field::swap(Field& other) {
     std::swap(stale, other.stale);
 }
 
-namespace {
-
-template <class Number>
-std::string decimal(Number number) {
-    char text[24];
-    return std::string(text, std::to_chars(text, text + sizeof text, number).ptr);
-}
-
-}  // namespace
-
 IntegerField& IntegerField::setIntValue(int number) {
-    *this = decimal(number);
+    char text[24];
+    assign(text, static_cast<std::size_t>(std::to_chars(text, text + sizeof text, number).ptr - text));
     return *this;
 }
 
@@ -117,14 +118,15 @@ int IntegerField::getIntValue() const {
 }
 
 BigIntegerField& BigIntegerField::setIntValue(long long number) {
-    *this = decimal(number);
+    char text[24];
+    assign(text, static_cast<std::size_t>(std::to_chars(text, text + sizeof text, number).ptr - text));
     return *this;
 }
 
 long long BigIntegerField::getIntValue() const { return std::strtoll(getValue().c_str(), nullptr, 10); }
 
 BooleanField& BooleanField::operator=(bool flag) {
-    *this = std::string(flag ? "t" : "f");
+    assign(flag ? "t" : "f", 1);
     return *this;
 }
 

@@ -21,13 +21,17 @@ const char* RowReader::columnName(sqlite3_stmt* statement, int column) {
     return name;
 }
 
+namespace {
+
 // The cell is read through its value: one call that takes the connection's
 // mutex instead of three. A connection is used by one thread only, so the
 // value cannot change under the reads.
-void RowReader::load(sqlite3_stmt* statement, int column, Field& field) {
+void store(sqlite3_stmt* statement, int column, Field& field, bool nullIsUnknown) {
     sqlite3_value* cell = sqlite3_column_value(statement, column);
     switch (sqlite3_value_type(cell)) {
-    case SQLITE_NULL: return;
+    case SQLITE_NULL:
+        if (nullIsUnknown) field.loadSettled(DBI_UNKNOWN.data(), DBI_UNKNOWN.size());
+        return;
     case SQLITE_INTEGER: {
         // Written here rather than by SQLite, which would convert in a buffer of its own.
         char digits[24];
@@ -42,5 +46,11 @@ void RowReader::load(sqlite3_stmt* statement, int column, Field& field) {
     }
     }
 }
+
+}  // namespace
+
+void RowReader::load(sqlite3_stmt* statement, int column, Field& field) { store(statement, column, field, false); }
+
+void RowReader::fill(sqlite3_stmt* statement, int column, Field& field) { store(statement, column, field, true); }
 
 }  // namespace dbi

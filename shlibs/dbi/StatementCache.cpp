@@ -16,6 +16,12 @@ int StatementCache::prepare(const boost::shared_ptr<sqlite3>& owner, const std::
         clear();
         connection = owner;
     }
+    // A loop runs one text again and again: the most recent one is tried
+    // before the text is hashed.
+    if (!entries.empty() && entries.front().first == sql) {
+        statement = &entries.front().second;
+        return SQLITE_OK;
+    }
     auto found = index.find(sql);
     if (found != index.end()) {
         entries.splice(entries.begin(), entries, found->second);

@@ -71,6 +71,10 @@ void Transaction::execStatement(const std::string& sql, const BoundValues& value
     DBManager::execStatement(sql, values, reader, prepareToRun());
 }
 
+void Transaction::execStatement(const std::string& sql, const ParameterBinder& parameters, RowReader& reader) {
+    DBManager::execStatement(sql, parameters, reader, prepareToRun());
+}
+
 std::string Transaction::lastRowId() { return DBManager::lastRowId(); }
 
 Transaction& Transaction::getDefaultTransaction() {

@@ -22,8 +22,12 @@ std::string nestedSavepointName() {
 
 TransactionMgr* TransactionMgr::get() {
     static boost::thread_specific_ptr<TransactionMgr> perThread;
-    if (!perThread.get()) perThread.reset(new TransactionMgr);
-    return perThread.get();
+    TransactionMgr* manager = perThread.get();  // each look-up searches the thread's data
+    if (!manager) {
+        manager = new TransactionMgr;
+        perThread.reset(manager);
+    }
+    return manager;
 }
 
 std::string TransactionMgr::beginTransaction() {
