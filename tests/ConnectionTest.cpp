@@ -47,12 +47,9 @@ TEST_F(Connection, openFailuresCarrySqlitesReasonAndAreTriedAgainLater) {
     std::ofstream(directory + "/garbage.db") << std::string(4096, 'x');
     for (const auto& file : expected) {
         dbi::Configure::setOptions(file[0], SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX);
-        try {
-            dbi::DBManager::getConnection();
-            ADD_FAILURE() << "opened " << file[0];
-        } catch (const dbi::DBIException<dbiresult::DBI_STORAGE_ERROR>& e) {
-            EXPECT_STREQ(file[1].c_str(), e.what());
-        }
+        const dbitest::Failure open = dbitest::failureOf([] { dbi::DBManager::getConnection(); });
+        EXPECT_EQ(dbiresult::DBI_STORAGE_ERROR, open.code);
+        EXPECT_EQ(file[1], open.message);
     }
     dbi::Configure::setOptions(directory + "/absent.db",
                                SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX);
@@ -66,12 +63,9 @@ TEST_F(Connection, busySetUpIsBusyAndRetriedByStatements) {
     ASSERT_EQ(SQLITE_OK, sqlite3_open(path.c_str(), &holder));
     ASSERT_EQ(SQLITE_OK, sqlite3_exec(holder, "CREATE TABLE t (a); BEGIN EXCLUSIVE; INSERT INTO t VALUES (1)", nullptr,
                                       nullptr, nullptr));
-    try {
-        dbi::DBManager::getConnection();
-        ADD_FAILURE() << "opened under an exclusive lock";
-    } catch (const dbi::DBIException<dbiresult::DBI_BUSY>& e) {
-        EXPECT_STREQ("database is locked", e.what());
-    }
+    const dbitest::Failure open = dbitest::failureOf([] { dbi::DBManager::getConnection(); });
+    EXPECT_EQ(dbiresult::DBI_BUSY, open.code);
+    EXPECT_EQ("database is locked", open.message);
     // Under a lock held throughout, a statement reports busy after its five
     // tries (pauses of 0, 1, 2 and 3 s), each set-up waiting only briefly.
     const auto start = boost::chrono::steady_clock::now();

@@ -123,13 +123,9 @@ TEST_P(Statement, failuresCarryTheStatementAndSqlitesTextAndAreNotRetried) {
     };
     for (const auto& failure : failures) {
         StatementTrace trace;
-        try {
-            run(failure.sql);
-            ADD_FAILURE() << failure.sql << " ran";
-        } catch (const dbi::DBIBaseException& e) {
-            EXPECT_EQ(failure.code, e.getCode()) << failure.sql;
-            EXPECT_EQ(failure.message, e.what());
-        }
+        const dbitest::Failure thrown = dbitest::failureOf([&] { run(failure.sql); });
+        EXPECT_EQ(failure.code, thrown.code) << failure.sql;
+        EXPECT_EQ(failure.message, thrown.message);
         EXPECT_GE(1, trace.count(failure.sql));
     }
 }
@@ -197,14 +193,11 @@ TEST_F(BoundStatement, resultOutlivesTheStatementsNextUseAndFailuresKeepItReady)
     ResultTuple second = run("SELECT b FROM t WHERE a = ?", {BoundValue::integer(2)});
     EXPECT_STREQ("first", first.get<0>().get()[1]);
     EXPECT_STREQ("second", second.get<0>().get()[1]);
-    try {
-        run("INSERT INTO missing VALUES (?)", {BoundValue::integer(1)});
-        ADD_FAILURE() << "no exception";
-    } catch (const dbi::DBIException<dbiresult::DBI_SQL_ERROR>& e) {
-        EXPECT_STREQ("INSERT INTO missing VALUES (?) no such table: missing", e.what());
-    }
-    EXPECT_THROW(run("INSERT INTO t VALUES (?, ?)", {BoundValue::integer(1)}),
-                 dbi::DBIException<dbiresult::DBI_MISUSE>);
+    const dbitest::Failure missing = dbitest::failureOf([&] { run("INSERT INTO missing VALUES (?)", {}); });
+    EXPECT_EQ(dbiresult::DBI_SQL_ERROR, missing.code);
+    EXPECT_EQ("INSERT INTO missing VALUES (?) no such table: missing", missing.message);
+    EXPECT_EQ(dbiresult::DBI_MISUSE,
+              dbitest::failureOf([&] { run("INSERT INTO t VALUES (?, ?)", {BoundValue::integer(1)}); }).code);
     run("INSERT INTO t VALUES (?, ?)", {BoundValue::integer(3), BoundValue()});
     EXPECT_EQ("1", scalar("SELECT count(*) FROM t WHERE a = 3 AND b IS NULL"));
 }
@@ -268,14 +261,11 @@ TEST_F(BoundStatement, sqliteResultsMapToTheirCodes) {
         {SQLITE_MISUSE, dbiresult::DBI_MISUSE},            {SQLITE_OK, dbiresult::DBI_UNKNOWN_ERROR},
         {27, dbiresult::DBI_UNKNOWN_ERROR},                {-1, dbiresult::DBI_UNKNOWN_ERROR},
     };
-    for (const auto& [result, code] : mapping) {
-        try {
-            dbi::throwException(result, DBManager::getConnection(), "SELECT 1");
-            ADD_FAILURE() << "nothing thrown for " << result;
-        } catch (const std::runtime_error& e) {
-            EXPECT_EQ(code, dynamic_cast<const dbi::DBIBaseException&>(e).getCode()) << "result " << result;
-        }
-    }
+    for (const auto& [result, code] : mapping)
+        EXPECT_EQ(code, dbitest::failureOf([&] {
+                            dbi::throwException(result, DBManager::getConnection(), "SELECT 1");
+                        }).code)
+            << "result " << result;
     ::testing::FLAGS_gtest_death_test_style = "threadsafe";
     EXPECT_DEATH(dbi::throwException(SQLITE_CORRUPT, DBManager::getConnection(), "SELECT 1"), "");
 }

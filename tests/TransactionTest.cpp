@@ -26,12 +26,9 @@ protected:
 
     void expectLost(dbi::Transaction& handle) {
         EXPECT_TRUE(handle.isLost());
-        try {
-            handle.release();
-            ADD_FAILURE() << "released a lost transaction";
-        } catch (const dbi::DBIException<dbiresult::DBI_STORAGE_ERROR>& e) {
-            EXPECT_NE(std::string::npos, std::string(e.what()).find("lost with its connection")) << e.what();
-        }
+        const dbitest::Failure release = dbitest::failureOf([&] { handle.release(); });
+        EXPECT_EQ(dbiresult::DBI_STORAGE_ERROR, release.code);
+        EXPECT_TRUE(dbitest::contains(release.message, "lost with its connection")) << release.message;
     }
 
     static dbi::RetryPolicy quick() {
@@ -84,14 +81,10 @@ TEST_P(Transactions, releasingOutOfOrderThrowsAndChangesNothing) {
     outer.begin();
     dbi::Transaction inner(true);
     inner.begin();
-    try {
-        outer.release();
-        FAIL() << "outer released while inner open";
-    } catch (const dbi::DBIException<dbiresult::DBI_MISUSE>& e) {
-        EXPECT_EQ(
-            "Out of order savepoint release, expected: [" + inner.getSavepointName() + "] got : [FIRST_SAVEPOINT]",
-            std::string(e.what()));
-    }
+    const dbitest::Failure release = dbitest::failureOf([&] { outer.release(); });
+    EXPECT_EQ(dbiresult::DBI_MISUSE, release.code);
+    EXPECT_EQ("Out of order savepoint release, expected: [" + inner.getSavepointName() + "] got : [FIRST_SAVEPOINT]",
+              release.message);
     EXPECT_TRUE(outer.isOpen());
     EXPECT_THROW(outer.rollback(), dbi::DBIException<dbiresult::DBI_MISUSE>);
     EXPECT_EQ(2u, dbi::TransactionMgr::get()->depth());
