@@ -61,26 +61,6 @@ protected:
     std::vector<std::string> mounts;
 };
 
-TEST_F(Backup, replacesTheDestinationWithAFullCopyTellingFallingProgress) {
-    const std::string copy = directory + "/copy.db";
-    {
-        std::ofstream old(copy);
-        old << "an older file";
-    }
-    std::vector<int> remaining;
-    std::vector<int> totals;
-    dbi::backupDatabase(copy, [&](int left, int total) {
-        remaining.push_back(left);
-        totals.push_back(total);
-    });
-    EXPECT_GT(remaining.size(), 2u) << "copied in steps";
-    expectFallingToZero(remaining);
-    EXPECT_EQ(std::vector<int>(totals.size(), std::stoi(scalar("PRAGMA page_count"))), totals);
-    EXPECT_EQ("ok", outside("PRAGMA integrity_check", copy));
-    EXPECT_EQ("600", outside("SELECT count(*) FROM payload", copy));
-    EXPECT_FALSE(leftTemporaries(directory));
-}
-
 TEST_F(Backup, failsWithTheRightErrorAndLeavesNoFile) {
     struct Case {
         const char* name;
@@ -131,7 +111,7 @@ TEST_F(Backup, failsWithTheRightErrorAndLeavesNoFile) {
 }
 
 // Two other processes commit one transaction after another, each inserting
-// into both tables, while the backup runs.
+// into both tables, while the backup replaces an older file in steps.
 TEST_F(Backup, holdsEveryTransactionCommittedBeforeItAndNoneInPartWhileTwoProcessesWrite) {
     exec("CREATE TABLE first_half (writer INTEGER, sequence INTEGER)");
     exec("CREATE TABLE second_half (writer INTEGER, sequence INTEGER, data BLOB)");
@@ -159,8 +139,11 @@ TEST_F(Backup, holdsEveryTransactionCommittedBeforeItAndNoneInPartWhileTwoProces
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     std::vector<int> remaining;
     const std::string copy = directory + "/copy.db";
+    std::ofstream(copy) << "an older file";
     dbi::backupDatabase(copy, [&](int left, int) { remaining.push_back(left); });
     writers.clear();
+    EXPECT_GE(remaining.size(), 2u) << "copied in steps";
+    EXPECT_FALSE(leftTemporaries(directory));
 
     EXPECT_EQ("ok", outside("PRAGMA integrity_check", copy));
     expectFallingToZero(remaining);

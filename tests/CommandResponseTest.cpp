@@ -11,12 +11,6 @@ using dbitest::RunningNotify;
 
 namespace {
 
-CommandResponse row(int id, int source, int operation, int state, int target) {
-    CommandResponse command(source, operation, "", 0, target, "", "", 0, "", state);
-    command.m_id.setIntValue(id);
-    return command;
-}
-
 CommandResponse command(int operation) {
     return CommandResponse(CREndpoint::LIBRARY_MANAGER, operation, "slot 12", 12, CREndpoint::MEDIA_MANAGER, "",
                            dbi::CURRENT_TIMESTAMP, 0, "", 0);
@@ -54,22 +48,6 @@ protected:
 };
 
 }  // namespace
-
-// A model's zero fields match anything; a text argument is not compared.
-TEST(Matching, onlyZeroIsAWildcardAndFiveFieldsCount) {
-    EXPECT_TRUE(dbi::match_cr_field(0, 5));
-    EXPECT_TRUE(dbi::match_cr_field(-1, -1));
-    EXPECT_FALSE(dbi::match_cr_field(-1, 0));
-    CommandResponse stored = row(9, 1, 2, 3, 4);
-    stored.m_stringArgument = std::string("ignored");
-    const std::pair<CommandResponse, bool> models[] = {{row(0, 0, 0, 0, 0), true},
-                                                       {row(0, 0, 0, 1, 0), false},
-                                                       {row(9, 0, 0, 0, 0), true},
-                                                       {row(8, 0, 0, 0, 0), false},
-                                                       {row(9, 1, 2, 3, 4), true}};
-    for (const auto& [model, matches] : models)
-        EXPECT_EQ(matches, dbi::matches_command_response_model(model, stored)) << model.m_id.getValue();
-}
 
 TEST_F(Channel, onlyTheChangeFromAcceptedToCompletedIsEmitted) {
     CommandResponse stored = command(CROperation::INVENTORY);

@@ -1,6 +1,5 @@
 #include <memory>
 #include <regex>
-#include <set>
 
 #include "support/TestDatabase.h"
 
@@ -214,18 +213,4 @@ TEST_P(Transactions, retryInsideAnOpenTransactionRunsOnceNested) {
               }));
     outer.release();
     EXPECT_EQ("2", committedCount());
-}
-
-TEST(RetryPause, growsTowardsTheCeilingAndVaries) {
-    dbi::RetryPolicy policy;
-    std::set<long long> pauses;
-    for (int retry = 1; retry <= 12; ++retry) {
-        const long long ceiling =
-            std::min(policy.firstPause.total_microseconds() << (retry - 1), policy.maxPause.total_microseconds());
-        const long long pause = dbi::detail::retryPause(policy, retry).total_microseconds();
-        EXPECT_GE(pause, ceiling / 2) << retry;
-        EXPECT_LE(pause, ceiling) << retry;
-    }
-    for (int i = 0; i < 20; ++i) pauses.insert(dbi::detail::retryPause(policy, 3).total_microseconds());
-    EXPECT_GT(pauses.size(), 1u);
 }
