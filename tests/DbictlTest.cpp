@@ -274,17 +274,14 @@ struct WakeMode {
     int boundSeconds;
 };
 
-class ProcessChannel : public dbitest::SchemaDatabase {
+class ProcessChannelModes : public dbitest::SchemaDatabase, public ::testing::WithParamInterface<WakeMode> {
 protected:
     void TearDown() override {
         dbi::Notify::setDefaultWakeInterval(boost::posix_time::time_duration());
         dbi::Notify::setDefaultWakeOnCommit(false);
         SchemaDatabase::TearDown();
     }
-};
 
-class ProcessChannelModes : public ProcessChannel, public ::testing::WithParamInterface<WakeMode> {
-protected:
     // The same mode in this process, as dbictl takes it from its option.
     void takeMode() {
         const std::vector<std::string>& option = GetParam().option;
@@ -335,7 +332,7 @@ TEST_F(Dbictl, watchPrintsEveryJournalledChangeUntilStopped) {
 
 // Each commit of a busy writer in another process arrives once, in order,
 // and none waits for the 5-second poll.
-TEST_F(ProcessChannel, everyCommitOfAnotherProcessWakesTheDispatcher) {
+TEST_F(Dbictl, everyCommitOfAnotherProcessWakesTheDispatcher) {
     const int kCommits = 1000;
     dbi::Notify notify;
     notify.setWakeOnCommit(true);

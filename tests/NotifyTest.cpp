@@ -73,16 +73,24 @@ int denyDataVersion(void*, int action, const char* name, const char*, const char
     return action == SQLITE_PRAGMA && name && std::strcmp(name, "data_version") == 0 ? SQLITE_DENY : SQLITE_OK;
 }
 
-class FastWake : public NotifyTest {
+// The ways of waking early: every interval, on commit, and on commit where
+// the files cannot be watched (the 5 ms fallback).
+struct WakeMode {
+    const char* name;
+    bool onCommit;
+    bool unwatchable;
+};
+
+class FastWakeModes : public NotifyTest, public ::testing::WithParamInterface<WakeMode> {
 protected:
     void SetUp() override {
         NotifyTest::SetUp();
+        if (GetParam().unwatchable) setenv("DBI_COMMIT_WATCH", "off", 1);
         notify.setWakeInterval(kWake);
+        notify.setWakeOnCommit(GetParam().onCommit);  // over the interval
     }
 
     void TearDown() override {
-        dbi::Notify::setDefaultWakeInterval(boost::posix_time::time_duration());
-        dbi::Notify::setDefaultWakeOnCommit(false);
         unsetenv("DBI_COMMIT_WATCH");
         NotifyTest::TearDown();
     }
@@ -112,32 +120,9 @@ protected:
     }
 
     // Time until the inbox holds `count` texts; fails the test after 20 s.
-    Clock::duration timeUntil(std::size_t count, Clock::time_point start = Clock::now()) {
+    Clock::duration timeUntil(std::size_t count, Clock::time_point start) {
         EXPECT_TRUE(inbox.waitFor(count, 20)) << inbox.texts().size() << " of " << count << " arrived";
         return Clock::now() - start;
-    }
-};
-
-// The ways of waking early: every interval, on commit, and on commit where
-// the files cannot be watched (the 5 ms fallback).
-struct WakeMode {
-    const char* name;
-    bool onCommit;
-    bool unwatchable;
-};
-
-class FastWakeModes : public FastWake, public ::testing::WithParamInterface<WakeMode> {
-protected:
-    void SetUp() override {
-        FastWake::SetUp();
-        if (GetParam().unwatchable) setenv("DBI_COMMIT_WATCH", "off", 1);
-        notify.setWakeOnCommit(GetParam().onCommit);  // over the interval
-    }
-
-    // The mode for every Notify made from now on.
-    void makeDefault() {
-        dbi::Notify::setDefaultWakeInterval(kWake);
-        dbi::Notify::setDefaultWakeOnCommit(GetParam().onCommit);
     }
 };
 
