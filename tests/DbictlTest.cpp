@@ -256,8 +256,7 @@ TEST_F(Dbictl, restorePutsTheBackupInPlaceWithoutReplayingTheOldLog) {
     const Outcome run = dbictl({"restore", backup, path});
     EXPECT_EQ(0, run.status) << run.output;
     EXPECT_EQ("2", scalar("SELECT count(*) FROM library_element"));
-    const std::set<std::string> names = dbitest::listing(directory);
-    EXPECT_EQ(0u, names.count("test.db.restoring"));
+    EXPECT_EQ(0u, dbitest::listing(directory).count("test.db.restoring"));
     EXPECT_EQ(0, dbictl({"check", path}).status);
 }
 

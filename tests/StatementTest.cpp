@@ -45,13 +45,6 @@ protected:
         DBManager::execStatement(sql, values, result, false);
         return result;
     }
-
-    static int openStatements(sqlite3* connection) {
-        int count = 0;
-        for (sqlite3_stmt* s = sqlite3_next_stmt(connection, nullptr); s; s = sqlite3_next_stmt(connection, s))
-            ++count;
-        return count;
-    }
 };
 
 // Inputs that once broke something.
@@ -206,19 +199,20 @@ TEST_F(BoundStatement, resultOutlivesTheStatementsNextUseAndFailuresKeepItReady)
     EXPECT_EQ("1", scalar("SELECT count(*) FROM t WHERE a = 3 AND b IS NULL"));
 }
 
-TEST_F(BoundStatement, cacheIsBoundedAndReusesStatements) {
+// The cache is bounded; nothing may be left in it to refuse the close when
+// the last holder lets go of a connection.
+TEST_F(BoundStatement, cacheIsBoundedReusesStatementsAndIsFinalizedOnSwapAndThreadEnd) {
+    const auto openStatements = [](sqlite3* connection) {
+        int count = 0;
+        for (sqlite3_stmt* s = sqlite3_next_stmt(connection, nullptr); s; s = sqlite3_next_stmt(connection, s)) ++count;
+        return count;
+    };
     for (int i = 0; i < 100; ++i) run("SELECT a FROM t WHERE a = ? + " + std::to_string(i), {BoundValue::integer(i)});
-    sqlite3* connection = DBManager::getConnection().get();
-    const int cached = openStatements(connection);
+    const int cached = openStatements(DBManager::getConnection().get());
     EXPECT_GT(cached, 0);
     EXPECT_LT(cached, 100);
     run("SELECT a FROM t WHERE a = ? + 99", {BoundValue::integer(1)});
-    EXPECT_EQ(cached, openStatements(connection));
-}
-
-// Nothing may be left to refuse the close when the last holder lets go.
-TEST_F(BoundStatement, swapAndThreadEndFinalizeTheStatementsOfTheConnection) {
-    run("SELECT a FROM t WHERE a = ?", {BoundValue::integer(1)});
+    EXPECT_EQ(cached, openStatements(DBManager::getConnection().get()));
     boost::shared_ptr<sqlite3> held = DBManager::swapConnection(boost::shared_ptr<sqlite3>());
     EXPECT_EQ(nullptr, sqlite3_next_stmt(held.get(), nullptr));
     // A swapped-in connection gets statements of its own.

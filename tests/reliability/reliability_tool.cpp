@@ -147,14 +147,6 @@ int faultRunner(const std::string& db, std::size_t payloadBytes, long long first
     return 0;
 }
 
-int usage() {  // its exit status 2 tells scripts/reliability.sh the program runs
-    std::cerr << "usage: reliability_tool worker DB TAG THREADS TRANSACTIONS\n"
-                 "       reliability_tool crash-writer DB LOG\n"
-                 "       reliability_tool open-storm DB THREADS START_EPOCH_MS\n"
-                 "       reliability_tool fault-runner DB PAYLOAD_BYTES FIRST_ID\n";
-    return 2;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -171,5 +163,8 @@ int main(int argc, char** argv) {
         std::cerr << "reliability_tool: " << e.what() << '\n';
         return 1;
     }
-    return usage();
+    // Exit status 2 tells scripts/reliability.sh that the program runs.
+    std::cerr << "usage: reliability_tool worker DB TAG THREADS TRANSACTIONS | crash-writer DB LOG |\n"
+                 "       open-storm DB THREADS START_EPOCH_MS | fault-runner DB PAYLOAD_BYTES FIRST_ID\n";
+    return 2;
 }
