@@ -167,7 +167,9 @@ TEST_F(Dbictl, runsExitWithTheirStatusAndSayWhy) {
         {{"show", "DB.missing", "library_element"}, 1, {}},
         {{"check", "DB"}, 0, {"integrity: ok\n", "commands: 1 completed\n", " rows, newest id ", "\nhealthy\n"}},
         {{"backup", "DB", "DB.backups/first.db"}, 0, {" pages copied, ", "backed up " + path}},
-        {{"check", "DB", "--backups", "DB.backups"}, 0, {" pages of ", "\nnewest backup: " + path + ".backups/first.db, "}},
+        {{"check", "DB", "--backups", "DB.backups"},
+         0,
+         {" pages of ", "\nnewest backup: " + path + ".backups/first.db, "}},
         {{"event", "DB", "--source", "1", "--operation", "1", "--arg", "it's full"}, 0, {}},  // stored as typed
         {{"show", "DB", "library_commandresponse"}, 0, {" it's full "}},
         {{"init", "DB.new"}, 0, {}},

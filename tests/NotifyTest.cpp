@@ -8,8 +8,8 @@
 #include <boost/chrono.hpp>
 #include <climits>
 #include <cstring>
-#include <memory>
 #include <functional>
+#include <memory>
 #include <stdexcept>
 
 #include "support/ChannelSupport.h"
@@ -211,7 +211,7 @@ TEST_F(NotifyTest, listenersAreKeyedByTableAndActionColumnAndRowIdsSaturate) {
     std::vector<dbi::library::Event> events = {event("t", "1", "state_id"), event("t", "", "DELETE"),
                                                event("u", "4", "UPDATE"), event("t", "5", "INSERT")};
     const std::pair<std::string, int> rowIds[] = {
-        {"12", 12},           {"abc", 0},           {"99999999999999999999", INT_MAX}, {"-99999999999999999999", INT_MIN},
+        {"12", 12},          {"abc", 0},          {"99999999999999999999", INT_MAX}, {"-99999999999999999999", INT_MIN},
         {"4294967297", INT_MAX}, {"1.0e+20", INT_MAX}, {"-1.0e+20", INT_MIN}};
     Texts updates;
     for (const auto& [text, rowId] : rowIds) {

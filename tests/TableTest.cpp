@@ -81,7 +81,8 @@ TEST_P(Records, operationsWriteOnlyModifiedColumnsInTheirExactTexts) {
         std::function<void()> operation;
         Statements written;
     } operations[] = {
-        {[&] { fresh.save(autocommit(), false); }, {"INSERT INTO test_owner ( name ) VALUES ( " + value("'bea'") + " )"}},
+        {[&] { fresh.save(autocommit(), false); },
+         {"INSERT INTO test_owner ( name ) VALUES ( " + value("'bea'") + " )"}},
         {[&] { stored.save(autocommit(), false); }, {}},
         {[&] {
              stored.m_name = std::string("amy");
@@ -97,7 +98,8 @@ TEST_P(Records, operationsWriteOnlyModifiedColumnsInTheirExactTexts) {
              keyed.m_name = std::string("cy");
              keyed.save(autocommit(), true);
          },
-         {"SELECT", "UPDATE test_owner SET id = " + value("7") + ", name = " + value("'cy'") + " WHERE id = " + value("7")}},
+         {"SELECT",
+          "UPDATE test_owner SET id = " + value("7") + ", name = " + value("'cy'") + " WHERE id = " + value("7")}},
         {[&] { untouched.save(autocommit(), true); }, {"SELECT"}},
         {[&] { Owner::deleteRow(2, autocommit()); }, {"DELETE FROM test_owner WHERE id = " + value("2")}},
         {[&] { Owner::deleteWhere(" WHERE name = 'c'", autocommit()); }, {"DELETE FROM test_owner WHERE name = 'c'"}},

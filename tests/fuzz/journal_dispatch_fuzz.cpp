@@ -80,7 +80,8 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
     for (const Key& key : kKeys) {
         const std::string name = std::string(key.table) + key.action;
         dispatcher().addListener(
-            key.table, [name](int row, const std::string& from, const std::string& to) {
+            key.table,
+            [name](int row, const std::string& from, const std::string& to) {
                 delivered.emplace_back(name, row, from, to);
             },
             key.condition, key.column);
