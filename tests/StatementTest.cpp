@@ -16,19 +16,6 @@ protected:
         BothModes::SetUp();
         exec("CREATE TABLE t (a integer, b text)");
     }
-
-    // Another connection to the file, holding the write lock.
-    dbitest::OtherConnection lockingWriter() {
-        dbitest::OtherConnection writer = openOther();
-        EXPECT_EQ(SQLITE_OK, sqlite3_exec(writer.get(), "BEGIN IMMEDIATE", nullptr, nullptr, nullptr));
-        return writer;
-    }
-
-    boost::shared_ptr<sqlite3> useReadOnlyConnection() {
-        boost::shared_ptr<sqlite3> readOnly(openOther(SQLITE_OPEN_READONLY).release(), sqlite3_close);
-        DBManager::swapConnection(readOnly);
-        return readOnly;
-    }
 };
 DBITEST_IN_BOTH_MODES(Statement);
 
@@ -132,7 +119,8 @@ TEST_P(Statement, failuresCarryTheStatementAndSqlitesTextAndAreNotRetried) {
 TEST_P(Statement, busyStatementIsRetriedUntilTheWriterLetsGoOrFiveTriesFailed) {
     for (const bool letsGo : {true, false}) {
         SCOPED_TRACE(letsGo ? "lets go" : "holds on");
-        dbitest::OtherConnection writer = lockingWriter();
+        dbitest::OtherConnection writer = openOther();  // holding the write lock
+        ASSERT_EQ(SQLITE_OK, sqlite3_exec(writer.get(), "BEGIN IMMEDIATE", nullptr, nullptr, nullptr));
         boost::thread releaser([&writer, letsGo] {
             boost::this_thread::sleep_for(boost::chrono::milliseconds(2000));
             if (letsGo) sqlite3_exec(writer.get(), "COMMIT", nullptr, nullptr, nullptr);
@@ -150,7 +138,8 @@ TEST_P(Statement, busyStatementIsRetriedUntilTheWriterLetsGoOrFiveTriesFailed) {
 }
 
 TEST_P(Statement, storageFailureDropsTheConnectionWithItsStatements) {
-    boost::shared_ptr<sqlite3> readOnly = useReadOnlyConnection();
+    const boost::shared_ptr<sqlite3> readOnly(openOther(SQLITE_OPEN_READONLY).release(), sqlite3_close);
+    DBManager::swapConnection(readOnly);
     run("SELECT a FROM t");
     EXPECT_THROW(run("INSERT INTO t VALUES (1, 'a')"), dbi::DBIException<dbiresult::DBI_STORAGE_ERROR>);
     EXPECT_EQ(nullptr, sqlite3_next_stmt(readOnly.get(), nullptr));
