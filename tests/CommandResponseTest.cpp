@@ -33,7 +33,7 @@ protected:
                 done.save(dbi::Transaction::getDefaultTransaction(), false);
             },
             CROperation::INVENTORY, CREndpoint::LIBRARY_MANAGER);
-        running.reset(new RunningNotify(notify));
+        running = std::make_unique<RunningNotify>(notify);
     }
 
     void TearDown() override {
