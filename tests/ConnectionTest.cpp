@@ -13,13 +13,6 @@ namespace {
 
 class Connection : public TestDatabase {};
 
-sqlite3* connectionOfNewThread() {
-    sqlite3* seen = nullptr;
-    boost::thread worker([&] { seen = dbi::DBManager::getConnection().get(); });
-    worker.join();
-    return seen;
-}
-
 }  // namespace
 
 // Set up once per thread, in WAL mode with foreign keys, its files made
@@ -34,7 +27,9 @@ TEST_F(Connection, isOnePerThreadSetUpOnceAndKeepsItsFile) {
     ASSERT_EQ(0, stat((path + "-wal").c_str(), &info));
     EXPECT_EQ(0644u, info.st_mode & 0777);
     EXPECT_EQ(first, dbi::DBManager::getConnection().get());
-    EXPECT_NE(first, connectionOfNewThread());
+    sqlite3* ofAnotherThread = nullptr;
+    boost::thread([&] { ofAnotherThread = dbi::DBManager::getConnection().get(); }).join();
+    EXPECT_NE(first, ofAnotherThread);
     EXPECT_EQ("wal", scalar("PRAGMA journal_mode"));
     EXPECT_EQ("1", scalar("PRAGMA foreign_keys"));
     dbi::Configure::setOptions(directory + "/other.db", SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX);
