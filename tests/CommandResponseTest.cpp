@@ -11,12 +11,6 @@ using dbitest::RunningNotify;
 
 namespace {
 
-CommandResponse row(int id, int source, int operation, int state, int target) {
-    CommandResponse command(source, operation, "", 0, target, "", "", 0, "", state);
-    command.m_id.setIntValue(id);
-    return command;
-}
-
 CommandResponse command(int operation) {
     return CommandResponse(CREndpoint::LIBRARY_MANAGER, operation, "slot 12", 12, CREndpoint::MEDIA_MANAGER, "",
                            dbi::CURRENT_TIMESTAMP, 0, "", 0);
@@ -39,7 +33,7 @@ protected:
                 done.save(dbi::Transaction::getDefaultTransaction(), false);
             },
             CROperation::INVENTORY, CREndpoint::LIBRARY_MANAGER);
-        running.reset(new RunningNotify(notify));
+        running = std::make_unique<RunningNotify>(notify);
     }
 
     void TearDown() override {
@@ -54,22 +48,6 @@ protected:
 };
 
 }  // namespace
-
-// A model's zero fields match anything; a text argument is not compared.
-TEST(Matching, onlyZeroIsAWildcardAndFiveFieldsCount) {
-    EXPECT_TRUE(dbi::match_cr_field(0, 5));
-    EXPECT_TRUE(dbi::match_cr_field(-1, -1));
-    EXPECT_FALSE(dbi::match_cr_field(-1, 0));
-    CommandResponse stored = row(9, 1, 2, 3, 4);
-    stored.m_stringArgument = std::string("ignored");
-    const std::pair<CommandResponse, bool> models[] = {{row(0, 0, 0, 0, 0), true},
-                                                       {row(0, 0, 0, 1, 0), false},
-                                                       {row(9, 0, 0, 0, 0), true},
-                                                       {row(8, 0, 0, 0, 0), false},
-                                                       {row(9, 1, 2, 3, 4), true}};
-    for (const auto& [model, matches] : models)
-        EXPECT_EQ(matches, dbi::matches_command_response_model(model, stored)) << model.m_id.getValue();
-}
 
 TEST_F(Channel, onlyTheChangeFromAcceptedToCompletedIsEmitted) {
     CommandResponse stored = command(CROperation::INVENTORY);
@@ -88,14 +66,6 @@ TEST_F(Channel, onlyTheChangeFromAcceptedToCompletedIsEmitted) {
     dbi::commandIn(commands, 999);
     EXPECT_EQ((std::vector<std::string>{stored.m_id.getValue(), stored.m_id.getValue()}), emitted.texts());
     EXPECT_THROW(dbi::commandUpdated(commands, id, "", "3"), boost::bad_lexical_cast);
-}
-
-TEST_F(Channel, eventsAreOneWayRowsInStateNew) {
-    dbi::CommandResponseHelper::sendEvent(CROperation::INVENTORY, CREndpoint::LIBRARY_MANAGER, "scan", 3);
-    EXPECT_EQ("1|1|0|1|scan|3|1",
-              scalar("SELECT source_id || '|' || operation_id || '|' || target_id || '|' || state_id || '|' || "
-                     "string_argument || '|' || int_argument || '|' || (start_time IS NOT NULL) "
-                     "FROM library_commandresponse"));
 }
 
 // A round trip between threads, in the convenience form. Between processes
@@ -129,9 +99,15 @@ TEST_F(Channel, unansweredCommandsTimeOut) {
     EXPECT_EQ(std::vector<std::string>{"2"}, accepted_.texts());
 }
 
-TEST_F(Channel, aFailedInsertLeavesNoRowAndStopsTheDispatcher) {
+// Events are one-way rows in state new.
+TEST_F(Channel, aFailedInsertLeavesNoRowAndStopsTheDispatcherAndEventsAreRowsInStateNew) {
     CommandResponse unknownOperation = command(99);
     EXPECT_THROW(dbi::sendCommand(unknownOperation, boost::posix_time::seconds(1)),
                  dbi::DBIException<dbiresult::DBI_CONSTRAINT_VIOLATION>);
     EXPECT_EQ("0", scalar("SELECT count(*) FROM library_commandresponse"));
+    dbi::CommandResponseHelper::sendEvent(CROperation::INVENTORY, CREndpoint::LIBRARY_MANAGER, "scan", 3);
+    EXPECT_EQ("1|1|0|1|scan|3|1",
+              scalar("SELECT source_id || '|' || operation_id || '|' || target_id || '|' || state_id || '|' || "
+                     "string_argument || '|' || int_argument || '|' || (start_time IS NOT NULL) "
+                     "FROM library_commandresponse"));
 }

@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 
 #include <boost/thread/thread.hpp>
+#include <cstdlib>
 #include <fstream>
 
 #include "support/TestDatabase.h"
@@ -11,13 +12,6 @@ using dbitest::TestDatabase;
 namespace {
 
 class Connection : public TestDatabase {};
-
-sqlite3* connectionOfNewThread() {
-    sqlite3* seen = nullptr;
-    boost::thread worker([&] { seen = dbi::DBManager::getConnection().get(); });
-    worker.join();
-    return seen;
-}
 
 }  // namespace
 
@@ -33,7 +27,9 @@ TEST_F(Connection, isOnePerThreadSetUpOnceAndKeepsItsFile) {
     ASSERT_EQ(0, stat((path + "-wal").c_str(), &info));
     EXPECT_EQ(0644u, info.st_mode & 0777);
     EXPECT_EQ(first, dbi::DBManager::getConnection().get());
-    EXPECT_NE(first, connectionOfNewThread());
+    sqlite3* ofAnotherThread = nullptr;
+    boost::thread([&] { ofAnotherThread = dbi::DBManager::getConnection().get(); }).join();
+    EXPECT_NE(first, ofAnotherThread);
     EXPECT_EQ("wal", scalar("PRAGMA journal_mode"));
     EXPECT_EQ("1", scalar("PRAGMA foreign_keys"));
     dbi::Configure::setOptions(directory + "/other.db", SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX);
@@ -47,12 +43,9 @@ TEST_F(Connection, openFailuresCarrySqlitesReasonAndAreTriedAgainLater) {
     std::ofstream(directory + "/garbage.db") << std::string(4096, 'x');
     for (const auto& file : expected) {
         dbi::Configure::setOptions(file[0], SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX);
-        try {
-            dbi::DBManager::getConnection();
-            ADD_FAILURE() << "opened " << file[0];
-        } catch (const dbi::DBIException<dbiresult::DBI_STORAGE_ERROR>& e) {
-            EXPECT_STREQ(file[1].c_str(), e.what());
-        }
+        const dbitest::Failure open = dbitest::failureOf([] { dbi::DBManager::getConnection(); });
+        EXPECT_EQ(dbiresult::DBI_STORAGE_ERROR, open.code);
+        EXPECT_EQ(file[1], open.message);
     }
     dbi::Configure::setOptions(directory + "/absent.db",
                                SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX);
@@ -66,12 +59,9 @@ TEST_F(Connection, busySetUpIsBusyAndRetriedByStatements) {
     ASSERT_EQ(SQLITE_OK, sqlite3_open(path.c_str(), &holder));
     ASSERT_EQ(SQLITE_OK, sqlite3_exec(holder, "CREATE TABLE t (a); BEGIN EXCLUSIVE; INSERT INTO t VALUES (1)", nullptr,
                                       nullptr, nullptr));
-    try {
-        dbi::DBManager::getConnection();
-        ADD_FAILURE() << "opened under an exclusive lock";
-    } catch (const dbi::DBIException<dbiresult::DBI_BUSY>& e) {
-        EXPECT_STREQ("database is locked", e.what());
-    }
+    const dbitest::Failure open = dbitest::failureOf([] { dbi::DBManager::getConnection(); });
+    EXPECT_EQ(dbiresult::DBI_BUSY, open.code);
+    EXPECT_EQ("database is locked", open.message);
     // Under a lock held throughout, a statement reports busy after its five
     // tries (pauses of 0, 1, 2 and 3 s), each set-up waiting only briefly.
     const auto start = boost::chrono::steady_clock::now();
@@ -87,4 +77,15 @@ TEST_F(Connection, busySetUpIsBusyAndRetriedByStatements) {
     releaser.join();
     sqlite3_close(holder);
     EXPECT_EQ("wal", scalar("PRAGMA journal_mode"));
+}
+
+// The schema file loads with the shell, then again through the library.
+TEST_F(Connection, schemaFileLoadsWithTheShellAndAgainThroughTheLibrary) {
+    const std::string command = "sqlite3 '" + path + "' < '" DBI_SCHEMA_FILE "'";
+    ASSERT_EQ(0, std::system(command.c_str()));
+    dbi::Configure::setOptions(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX);
+    EXPECT_EQ("0|4", scalar("SELECT (SELECT count(*) FROM library_event) || '|' || count(*) FROM library_crstate"));
+    loadSchema();
+    EXPECT_EQ("32", scalar("SELECT count(*) FROM sqlite_master WHERE type = 'table' AND name NOT LIKE 'sqlite%'"));
+    EXPECT_EQ(0, exec("PRAGMA foreign_key_check").get<1>());
 }

@@ -1,7 +1,6 @@
 // The operator's subcommands of dbictl, run as a separate process on a
 // database this test fills through the library, and dbictl as the other
 // process that commands and commits come from.
-#include <fcntl.h>
 #include <signal.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
@@ -24,8 +23,7 @@ namespace {
 
 using Clock = boost::chrono::steady_clock;
 
-// A dbictl process whose output and errors the test reads; ended by stop()
-// or finish().
+// A dbictl process whose output and errors the test reads; ended by finish().
 class DbictlProcess {
 public:
     explicit DbictlProcess(std::vector<std::string> arguments) {
@@ -50,14 +48,9 @@ public:
         return false;
     }
 
-    // Its wait status after SIGTERM.
-    int stop() {
-        kill(pid, SIGTERM);
-        return finish();
-    }
-
-    // Its wait status once it ends by itself.
-    int finish() {
+    // Its wait status once it ends, after SIGTERM if told to stop.
+    int finish(bool stop = false) {
+        if (stop) kill(pid, SIGTERM);
         int status = 0;
         waitpid(pid, &status, 0);
         fclose(output);
@@ -85,53 +78,21 @@ Outcome dbictl(const std::vector<std::string>& arguments) {
 
 using dbitest::contains;
 
-// A process that runs `sql` on its own connection to `database` and keeps
-// it open, transaction and all, until destroyed; then it ends without
-// closing, as a crashed process would.
-class HoldingProcess {
-public:
-    HoldingProcess(const std::string& database, const std::string& sql) {
-        int ready[2];
-        int release[2];
-        if (pipe2(ready, O_CLOEXEC) != 0 || pipe2(release, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
-        pid = fork();
-        if (pid == 0) {
-            close(ready[0]);
-            close(release[1]);
-            sqlite3* db = nullptr;
-            char byte = sqlite3_open_v2(database.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr) == SQLITE_OK &&
-                                sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK
-                            ? '1'
-                            : '0';
-            if (write(ready[1], &byte, 1) != 1 || read(release[0], &byte, 1) < 0) _exit(1);
-            _exit(0);
-        }
-        close(ready[1]);
-        close(release[0]);
-        releaseFd = release[1];
-        char byte = '0';
-        started = read(ready[0], &byte, 1) == 1 && byte == '1';
-        close(ready[0]);
-    }
-    ~HoldingProcess() {
-        close(releaseFd);
-        waitpid(pid, nullptr, 0);
-    }
-    HoldingProcess(const HoldingProcess&) = delete;
-    HoldingProcess& operator=(const HoldingProcess&) = delete;
-
-    bool started = false;
-
-private:
-    pid_t pid;
-    int releaseFd = -1;
-};
-
 class Dbictl : public dbitest::SchemaDatabase {
 protected:
-    // Lets go of this process's connection, so that only the processes a
-    // test starts hold the database (a child must not inherit it either).
-    void closeConnection() { dbi::DBManager::swapConnection(boost::shared_ptr<sqlite3>()); }
+    // Another process that runs `sql` on a connection of its own and keeps
+    // it, transaction and all, until destroyed; then it dies without closing.
+    std::unique_ptr<dbitest::ChildProcess> holding(const std::string& sql) {
+        auto holder = std::make_unique<dbitest::ChildProcess>([&](dbitest::ChildProcess& self) {
+            sqlite3* db = nullptr;
+            const bool ran = sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr) == SQLITE_OK &&
+                             sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK;
+            self.tell(ran ? '1' : '0');
+            pause();
+        });
+        EXPECT_EQ('1', holder->heard()) << sql;
+        return holder;
+    }
 
     // Two elements of one partition; the second has NULL columns. Returns
     // the first one's bytes in base64, on one line.
@@ -151,7 +112,7 @@ protected:
     }
 };
 
-TEST_F(Dbictl, showPrintsAnAlignedTableOrJsonThroughTheRecordClass) {
+TEST_F(Dbictl, showPrintsAnAlignedTableOrJsonThroughTheRecordClassFilteredOrderedAndLimited) {
     const std::string base64 = addElements();
 
     const Outcome table = dbictl({"show", path, "library_element"});
@@ -172,20 +133,18 @@ TEST_F(Dbictl, showPrintsAnAlignedTableOrJsonThroughTheRecordClass) {
                 contains(json.output, "{\"id\":9,\"slot_number\":3,") && contains(json.output, "\"volser\":null"))
         << json.output;
     EXPECT_EQ(2, std::count(json.output.begin(), json.output.end(), '\n'));
-}
 
-TEST_F(Dbictl, showFiltersOrdersAndLimits) {
-    addElements();
-    const Outcome run = dbictl({"show", path, "library_element", "--where", "volser IS NULL OR slot_number > 5",
-                                "--order", "slot_number", "--limit", "1", "--json"});
-    EXPECT_EQ(0, run.status) << run.output;
-    EXPECT_EQ(0u, run.output.find("{\"id\":9,")) << run.output;
-    EXPECT_EQ(1, std::count(run.output.begin(), run.output.end(), '\n')) << run.output;
+    const Outcome some = dbictl({"show", path, "library_element", "--where", "volser IS NULL OR slot_number > 5",
+                                 "--order", "slot_number", "--limit", "1", "--json"});
+    EXPECT_EQ(0, some.status) << some.output;
+    EXPECT_EQ(0u, some.output.find("{\"id\":9,")) << some.output;
+    EXPECT_EQ(1, std::count(some.output.begin(), some.output.end(), '\n')) << some.output;
 }
 
 // Each run's exit status (0 done, 1 failed, 2 misused) and the texts its
-// output holds; "DB" stands for the test's database.
+// output holds; "DB" stands for the test's database, runs go in order.
 TEST_F(Dbictl, runsExitWithTheirStatusAndSayWhy) {
+    ASSERT_EQ(0, mkdir((path + ".backups").c_str(), 0755));
     exec(
         "INSERT INTO library_commandresponse (source_id, operation_id, target_id, start_time, state_id) "
         "VALUES (1, 1, 2, datetime('now', '-5 minutes'), 3)");
@@ -201,6 +160,13 @@ TEST_F(Dbictl, runsExitWithTheirStatusAndSayWhy) {
         {{"show", "DB", "library_element", "--where", "no_such_column = 1"}, 1, {}},
         {{"show", "DB.missing", "library_element"}, 1, {}},
         {{"check", "DB"}, 0, {"integrity: ok\n", "commands: 1 completed\n", " rows, newest id ", "\nhealthy\n"}},
+        {{"backup", "DB", "DB.backups/first.db"}, 0, {" pages copied, ", "backed up " + path}},
+        {{"check", "DB", "--backups", "DB.backups"},
+         0,
+         {" pages of ", "\nnewest backup: " + path + ".backups/first.db, "}},
+        {{"event", "DB", "--source", "1", "--operation", "1", "--arg", "it's full"}, 0, {}},  // stored as typed
+        {{"show", "DB", "library_commandresponse"}, 0, {" it's full "}},
+        {{"init", "DB.new"}, 0, {}},
         {{"--version"}, 0, {std::string(dbi::version()) + "\n"}},
         {{"--help"}, 0, {"usage: dbictl "}},
         {{"send", "--help"}, 0, {"--wake commit sleeps"}},
@@ -215,28 +181,6 @@ TEST_F(Dbictl, runsExitWithTheirStatusAndSayWhy) {
         EXPECT_EQ(run.status, outcome.status);
         for (const std::string& part : run.says) EXPECT_TRUE(contains(outcome.output, part)) << part;
     }
-}
-
-TEST_F(Dbictl, storesAnOperatorsTextAsTyped) {
-    const std::string database = directory + "/operator.db";  // with the lookup rows of init
-    ASSERT_EQ(0, dbictl({"init", database}).status);
-    const Outcome run = dbictl({"event", database, "--source", "1", "--operation", "3", "--arg", "it's full"});
-    EXPECT_EQ(0, run.status) << run.output;
-    EXPECT_TRUE(contains(dbictl({"show", database, "library_commandresponse"}).output, " it's full "));
-}
-
-TEST_F(Dbictl, checkReportsTheSizeAndTheNewestBackup) {
-    const std::string backups = directory + "/backups";
-    ASSERT_EQ(0, mkdir(backups.c_str(), 0755));
-    const Outcome backup = dbictl({"backup", path, backups + "/first.db"});
-    EXPECT_EQ(0, backup.status) << backup.output;
-    EXPECT_TRUE(contains(backup.output, " pages copied, ") && contains(backup.output, "backed up " + path))
-        << backup.output;
-    const Outcome run = dbictl({"check", path, "--backups", backups});
-    EXPECT_EQ(0, run.status) << run.output;
-    EXPECT_TRUE(contains(run.output, "\nsize: " + scalar("PRAGMA page_count") + " pages of ") &&
-                contains(run.output, "\nnewest backup: " + backups + "/first.db, "))
-        << run.output;
 }
 
 TEST_F(Dbictl, checkListsWhatIsWrong) {
@@ -257,7 +201,7 @@ TEST_F(Dbictl, checkListsWhatIsWrong) {
         EXPECT_TRUE(contains(run.output, finding)) << finding << " in " << run.output;
 }
 
-TEST_F(Dbictl, restoreRefusesABadBackupOrADatabaseInUseAndChangesNothing) {
+TEST_F(Dbictl, restoreRefusesABadBackupOrADatabaseInUseAndOtherwiseReplacesItWithoutTheOldLog) {
     addElements();
     const std::string good = directory + "/good.db";
     const std::string partial = directory + "/partial.db";
@@ -269,7 +213,6 @@ TEST_F(Dbictl, restoreRefusesABadBackupOrADatabaseInUseAndChangesNothing) {
     sqlite3_close(raw);
     const std::string text = directory + "/notes.txt";
     std::ofstream(text) << "not a database\n";
-    closeConnection();
 
     struct Case {
         const char* name;
@@ -287,11 +230,8 @@ TEST_F(Dbictl, restoreRefusesABadBackupOrADatabaseInUseAndChangesNothing) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
-        std::unique_ptr<HoldingProcess> holder;
-        if (c.holderSql) {
-            holder = std::make_unique<HoldingProcess>(path, c.holderSql);
-            ASSERT_TRUE(holder->started);
-        }
+        dbi::DBManager::swapConnection(boost::shared_ptr<sqlite3>());  // only the holder has the file open
+        const std::unique_ptr<dbitest::ChildProcess> holder = c.holderSql ? holding(c.holderSql) : nullptr;
         const std::string before = dbitest::readFile(path);
         const std::set<std::string> names = dbitest::listing(directory);
         const Outcome run = dbictl({"restore", c.file, path});
@@ -300,24 +240,14 @@ TEST_F(Dbictl, restoreRefusesABadBackupOrADatabaseInUseAndChangesNothing) {
         EXPECT_EQ(before, dbitest::readFile(path));
         EXPECT_EQ(names, dbitest::listing(directory));
     }
-}
-
-TEST_F(Dbictl, restorePutsTheBackupInPlaceWithoutReplayingTheOldLog) {
-    addElements();
-    const std::string backup = directory + "/backup.db";
-    ASSERT_EQ(0, dbictl({"backup", path, backup}).status);
-    closeConnection();
-    {
-        // Deletes the elements and dies: the deletion is only in the log.
-        HoldingProcess crashed(path, "PRAGMA wal_autocheckpoint = 0; DELETE FROM library_element;");
-        ASSERT_TRUE(crashed.started);
-    }
+    // Deletes the elements and dies: the deletion is only in the log, which
+    // the restore must not replay over the backup.
+    holding("PRAGMA wal_autocheckpoint = 0; DELETE FROM library_element;");
     ASSERT_GT(dbitest::readFile(path + "-wal").size(), 0u);
-    const Outcome run = dbictl({"restore", backup, path});
+    const Outcome run = dbictl({"restore", good, path});
     EXPECT_EQ(0, run.status) << run.output;
     EXPECT_EQ("2", scalar("SELECT count(*) FROM library_element"));
-    const std::set<std::string> names = dbitest::listing(directory);
-    EXPECT_EQ(0u, names.count("test.db.restoring"));
+    EXPECT_EQ(0u, dbitest::listing(directory).count("test.db.restoring"));
     EXPECT_EQ(0, dbictl({"check", path}).status);
 }
 
@@ -334,17 +264,14 @@ struct WakeMode {
     int boundSeconds;
 };
 
-class ProcessChannel : public dbitest::SchemaDatabase {
+class ProcessChannelModes : public dbitest::SchemaDatabase, public ::testing::WithParamInterface<WakeMode> {
 protected:
     void TearDown() override {
         dbi::Notify::setDefaultWakeInterval(boost::posix_time::time_duration());
         dbi::Notify::setDefaultWakeOnCommit(false);
         SchemaDatabase::TearDown();
     }
-};
 
-class ProcessChannelModes : public ProcessChannel, public ::testing::WithParamInterface<WakeMode> {
-protected:
     // The same mode in this process, as dbictl takes it from its option.
     void takeMode() {
         const std::vector<std::string>& option = GetParam().option;
@@ -382,7 +309,7 @@ TEST_P(ProcessChannelModes, aCommandIsAnsweredByAnotherProcess) {
     const Outcome sent = dbictl(send);
     EXPECT_EQ(0, sent.status) << sent.output;
     EXPECT_TRUE(contains(sent.output, "answered") && contains(sent.output, "from afar")) << sent.output;
-    EXPECT_TRUE(exitedWell(answering.stop()));
+    EXPECT_TRUE(exitedWell(answering.finish(true)));
 }
 
 TEST_F(Dbictl, watchPrintsEveryJournalledChangeUntilStopped) {
@@ -390,12 +317,12 @@ TEST_F(Dbictl, watchPrintsEveryJournalledChangeUntilStopped) {
     ASSERT_TRUE(watcher.waitFor("watching "));
     exec("INSERT INTO library_partition (guid) VALUES ('g')");
     EXPECT_TRUE(watcher.waitFor(" library_partition #1 INSERT"));
-    EXPECT_TRUE(exitedWell(watcher.stop()));
+    EXPECT_TRUE(exitedWell(watcher.finish(true)));
 }
 
 // Each commit of a busy writer in another process arrives once, in order,
 // and none waits for the 5-second poll.
-TEST_F(ProcessChannel, everyCommitOfAnotherProcessWakesTheDispatcher) {
+TEST_F(Dbictl, everyCommitOfAnotherProcessWakesTheDispatcher) {
     const int kCommits = 1000;
     dbi::Notify notify;
     notify.setWakeOnCommit(true);

@@ -2,12 +2,10 @@
 #include <openssl/bio.h>
 #include <openssl/evp.h>
 
-#include <boost/date_time/posix_time/posix_time.hpp>
 #include <climits>
 #include <cstring>
 #include <memory>
 #include <random>
-#include <sstream>
 
 #include <dbi/dbi.h>
 
@@ -76,26 +74,19 @@ TEST(NumberArrays, joinWithCommasAndReadBracedBareOrBrokenListsNarrowingSilently
     EXPECT_EQ(4464, narrow[0]);
 }
 
-TEST(Field, changesOnlyOnDifferentTextAndTypedSettersWriteDecimal) {
-    dbi::CharField field("name");
-    field = std::string(dbi::DBI_UNKNOWN);
-    EXPECT_FALSE(field.isModified());
-    field = std::string("x");
-    EXPECT_TRUE(field.isModified());
-    field.load("y");
-    EXPECT_FALSE(field.isModified());
+// Assigning the text a field holds changes nothing; arrays decode lazily,
+// and copies and swaps carry their decoded caches (and keep their names).
+TEST(Field, changesOnlyOnDifferentTextAndCopiesAndSwapsCarryTheirCaches) {
+    dbi::CharField name("name");
+    name = std::string(dbi::DBI_UNKNOWN);
+    name.load("y");
+    EXPECT_FALSE(name.isModified());
     EXPECT_EQ("-2147483648", dbi::IntegerField("i").setIntValue(INT_MIN).getValue());
-    EXPECT_EQ(-9000000000LL, dbi::BigIntegerField("b").setIntValue(-9000000000LL).getIntValue());
-}
-
-TEST(Field, arraysDecodeLazilyAndCopiesAndSwapsCarryTheirCaches) {
     dbi::NumberArrayField<int> source("n", {1, 2, 3});
     EXPECT_EQ(3u, source.size());
     source.load("4,5");  // stale now, cache still holds 1,2,3
-    EXPECT_TRUE(source.isStale());
     dbi::NumberArrayField<int> copy(source);
-    EXPECT_FALSE(copy.isStale());
-    EXPECT_FALSE(copy.isModified());
+    EXPECT_TRUE(source.isStale() && !copy.isStale() && !copy.isModified());
     EXPECT_EQ(3u, copy.size());  // answers from the copied cache
     EXPECT_EQ(2u, source.size());
     dbi::NumberArrayField<short> a("a", {1}), b("b");
@@ -103,14 +94,10 @@ TEST(Field, arraysDecodeLazilyAndCopiesAndSwapsCarryTheirCaches) {
     a.swap(b);
     EXPECT_STREQ("a", a.getName());
     EXPECT_EQ(2u, a.size());
-    EXPECT_FALSE(a.isModified());
-    EXPECT_TRUE(b.isModified());
+    EXPECT_TRUE(!a.isModified() && b.isModified());
     EXPECT_EQ(1, static_cast<boost::shared_array<short>>(b)[0]);
     dbi::ByteArrayField bytes("b");
-    EXPECT_EQ(0u, bytes.getLength());
     bytes = std::vector<unsigned char>{'h', 'i'};
     EXPECT_TRUE(bytes.isStale());
     EXPECT_EQ(2u, bytes.getLength());
-    EXPECT_FALSE(bytes.isStale());
-    EXPECT_EQ(0u, dbi::NumberArrayField<long long>("n").size());
 }

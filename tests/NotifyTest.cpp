@@ -6,8 +6,10 @@
 #include <unistd.h>
 
 #include <boost/chrono.hpp>
+#include <climits>
 #include <cstring>
 #include <functional>
+#include <memory>
 #include <stdexcept>
 
 #include "support/ChannelSupport.h"
@@ -71,16 +73,24 @@ int denyDataVersion(void*, int action, const char* name, const char*, const char
     return action == SQLITE_PRAGMA && name && std::strcmp(name, "data_version") == 0 ? SQLITE_DENY : SQLITE_OK;
 }
 
-class FastWake : public NotifyTest {
+// The ways of waking early: every interval, on commit, and on commit where
+// the files cannot be watched (the 5 ms fallback).
+struct WakeMode {
+    const char* name;
+    bool onCommit;
+    bool unwatchable;
+};
+
+class FastWakeModes : public NotifyTest, public ::testing::WithParamInterface<WakeMode> {
 protected:
     void SetUp() override {
         NotifyTest::SetUp();
+        if (GetParam().unwatchable) setenv("DBI_COMMIT_WATCH", "off", 1);
         notify.setWakeInterval(kWake);
+        notify.setWakeOnCommit(GetParam().onCommit);  // over the interval
     }
 
     void TearDown() override {
-        dbi::Notify::setDefaultWakeInterval(boost::posix_time::time_duration());
-        dbi::Notify::setDefaultWakeOnCommit(false);
         unsetenv("DBI_COMMIT_WATCH");
         NotifyTest::TearDown();
     }
@@ -110,32 +120,9 @@ protected:
     }
 
     // Time until the inbox holds `count` texts; fails the test after 20 s.
-    Clock::duration timeUntil(std::size_t count, Clock::time_point start = Clock::now()) {
+    Clock::duration timeUntil(std::size_t count, Clock::time_point start) {
         EXPECT_TRUE(inbox.waitFor(count, 20)) << inbox.texts().size() << " of " << count << " arrived";
         return Clock::now() - start;
-    }
-};
-
-// The ways of waking early: every interval, on commit, and on commit where
-// the files cannot be watched (the 5 ms fallback).
-struct WakeMode {
-    const char* name;
-    bool onCommit;
-    bool unwatchable;
-};
-
-class FastWakeModes : public FastWake, public ::testing::WithParamInterface<WakeMode> {
-protected:
-    void SetUp() override {
-        FastWake::SetUp();
-        if (GetParam().unwatchable) setenv("DBI_COMMIT_WATCH", "off", 1);
-        notify.setWakeOnCommit(GetParam().onCommit);  // over the interval
-    }
-
-    // The mode for every Notify made from now on.
-    void makeDefault() {
-        dbi::Notify::setDefaultWakeInterval(kWake);
-        dbi::Notify::setDefaultWakeOnCommit(GetParam().onCommit);
     }
 };
 
@@ -146,29 +133,24 @@ INSTANTIATE_TEST_SUITE_P(, FastWakeModes,
                                            WakeMode{"commitFallback", true, true}),
                          [](const ::testing::TestParamInfo<WakeMode>& info) { return info.param.name; });
 
-TEST_F(FastWake, intervalsAreCheckedAndTheDefaultIsTakenAtConstruction) {
-    EXPECT_EQ(boost::posix_time::time_duration(), dbi::Notify().getWakeInterval());
-    dbi::Notify::setDefaultWakeInterval(boost::posix_time::milliseconds(7));
-    EXPECT_EQ(boost::posix_time::milliseconds(7), dbi::Notify().getWakeInterval());
-    EXPECT_EQ(kWake, notify.getWakeInterval());  // constructed before
-    EXPECT_THROW(notify.setWakeInterval(boost::posix_time::milliseconds(-1)), std::invalid_argument);
-    EXPECT_THROW(dbi::Notify::setDefaultWakeInterval(boost::posix_time::pos_infin), std::invalid_argument);
-    EXPECT_EQ(kWake, notify.getWakeInterval());
-
-    EXPECT_FALSE(notify.getWakeOnCommit());
-    dbi::Notify::setDefaultWakeOnCommit(true);
-    EXPECT_TRUE(dbi::Notify().getWakeOnCommit());
-}
-
+// The directory is watched, not the files: the write-ahead log need not exist
+// when the watch starts, and writers that come and go are all seen. Stopping
+// ends the wait between checks at once.
 TEST_P(FastWakeModes, anotherConnectionsCommitIsDeliveredWithinAFewIntervals) {
+    EXPECT_THROW(notify.setWakeInterval(boost::posix_time::milliseconds(-1)), std::invalid_argument);
     listen();
-    RunningNotify running(notify);
+    dbi::DBManager::swapConnection({});  // the last connection: its log goes
+    ASSERT_NE(0, access((path + "-wal").c_str(), F_OK));
+    auto running = std::make_unique<RunningNotify>(notify);
     for (std::size_t count = 1; count <= 3; ++count) {
         boost::this_thread::sleep_for(boost::chrono::milliseconds(100));  // let it settle into waiting
         const Clock::time_point start = Clock::now();
-        addPartition();
+        addPartitionElsewhere();
         EXPECT_LT(timeUntil(count, start), kFast);
     }
+    const Clock::time_point stopping = Clock::now();
+    running.reset();
+    EXPECT_LT(Clock::now() - stopping, kFast);
     EXPECT_EQ(allPartitionIds(), inbox.texts());
     // Falling back is reported once, with the reason; nothing else is.
     const Texts expected = {
@@ -195,15 +177,6 @@ TEST_P(FastWakeModes, rowsWrittenDuringABatchComeOnceAndInOrder) {
     EXPECT_EQ(allPartitionIds(), inbox.texts());
 }
 
-TEST_P(FastWakeModes, stopEndsTheWaitBetweenChecksAtOnce) {
-    Clock::time_point stopped;
-    {
-        RunningNotify running(notify);
-        boost::this_thread::sleep_for(boost::chrono::milliseconds(300));
-        stopped = Clock::now();
-    }
-}
-
 TEST_P(FastWakeModes, theJournalIsStillPolledWhenTheVersionCheckFails) {
     listen([] { sqlite3_set_authorizer(dbi::DBManager::getConnection().get(), denyDataVersion, nullptr); });
     RunningNotify running(notify);
@@ -218,43 +191,26 @@ TEST_P(FastWakeModes, theJournalIsStillPolledWhenTheVersionCheckFails) {
     EXPECT_EQ(allPartitionIds(), inbox.texts());
 }
 
-// The directory is watched, not the files: the write-ahead log need not exist
-// when the watch starts, and writers that come and go are all seen.
-TEST_F(FastWake, commitsAreSeenWhenTheLogIsCreatedAfterTheWatchStarts) {
-    notify.setWakeOnCommit(true);
-    listen();
-    dbi::DBManager::swapConnection({});  // the last connection: its log goes
-    ASSERT_NE(0, access((path + "-wal").c_str(), F_OK));
-    RunningNotify running(notify);
-    for (std::size_t count = 1; count <= 3; ++count) {
-        boost::this_thread::sleep_for(boost::chrono::milliseconds(100));
-        const Clock::time_point start = Clock::now();
-        addPartitionElsewhere();
-        EXPECT_LT(timeUntil(count, start), kFast);
-    }
-    EXPECT_EQ(allPartitionIds(), inbox.texts());
-    EXPECT_EQ(Texts(), reports.texts());
-}
-
-TEST_F(NotifyTest, deliversOnlyRowsWrittenAfterTheFirstListener) {
-    addPartition();
-    notify.addListener("library_partition", recorder(inbox), dbi::Notify::INSERT, "");
-    const std::string second = addPartition();
-    RunningNotify running(notify);
-    const std::string third = addPartition();
-    ASSERT_TRUE(inbox.waitFor(2, 20));
-    EXPECT_EQ((Texts{second + "  ", third + "  "}), inbox.texts());
-}
-
-TEST_F(NotifyTest, listenersAreKeyedByTableAndActionColumn) {
+// Row ids without digits give 0 and huge ones saturate; SQLite keeps an
+// integer text beyond 64 bits as a real: 1.0e+20.
+TEST_F(NotifyTest, listenersAreKeyedByTableAndActionColumnAndRowIdsSaturate) {
     Inbox byColumn, byUpdate, byDelete;
     notify.addListener("t", recorder(byColumn), dbi::Notify::UPDATE, "state_id");
     notify.addListener("t", recorder(byUpdate), dbi::Notify::UPDATE, "");
     notify.addListener("t", recorder(byDelete), dbi::Notify::DELETE, "state_id");
-    notify.notifyListeners({event("t", "1", "state_id"), event("t", "2", "UPDATE"), event("t", "", "DELETE"),
-                            event("u", "4", "UPDATE"), event("t", "5", "INSERT")});
+    std::vector<dbi::library::Event> events = {event("t", "1", "state_id"), event("t", "", "DELETE"),
+                                               event("u", "4", "UPDATE"), event("t", "5", "INSERT")};
+    const std::pair<std::string, int> rowIds[] = {
+        {"12", 12},          {"abc", 0},          {"99999999999999999999", INT_MAX}, {"-99999999999999999999", INT_MIN},
+        {"4294967297", INT_MAX}, {"1.0e+20", INT_MAX}, {"-1.0e+20", INT_MIN}};
+    Texts updates;
+    for (const auto& [text, rowId] : rowIds) {
+        events.push_back(event("t", text, "UPDATE"));
+        updates.push_back(std::to_string(rowId) + " o n");
+    }
+    notify.notifyListeners(events);
     EXPECT_EQ(Texts{"1 o n"}, byColumn.texts());
-    EXPECT_EQ(Texts{"2 o n"}, byUpdate.texts());
+    EXPECT_EQ(updates, byUpdate.texts());
     EXPECT_EQ(Texts{"0 o n"}, byDelete.texts());
 }
 
@@ -277,18 +233,22 @@ TEST_F(NotifyTest, aThrowingListenerIsReportedAndTheWholeBatchComesAgain) {
     EXPECT_EQ(Texts{"Caught an exception in a DBNotify thread: listener failed"}, reports.texts());
 }
 
-// Priming starts past the newest journal row, or at 0 on an empty journal.
-// Journal ids outgrow 32 bits on a long-lived appliance; the cursor must not.
-TEST_F(NotifyTest, primesPastTheNewestJournalRowAndIdsBeyond32BitsKeepTheCursorMoving) {
+// Priming starts past the newest journal row (or at 0 on an empty journal)
+// when the first listener comes: rows written before it are not delivered,
+// rows after it are, also before the dispatcher runs. Journal ids outgrow
+// 32 bits on a long-lived appliance; the cursor must not.
+TEST_F(NotifyTest, deliversOnlyRowsAfterTheFirstListenerAndIdsBeyond32BitsKeepTheCursorMoving) {
     exec("DELETE FROM library_event");
     dbi::Notify empty;
     empty.prime();
     EXPECT_EQ(0, empty.nextEventId());
     exec("INSERT INTO library_event (id, which_table, row_id, action_column) VALUES (3000000000, 'x', 1, 'UPDATE')");
+    addPartition();
     notify.addListener("library_partition", recorder(inbox), dbi::Notify::INSERT, "");
-    EXPECT_EQ(3000000001LL, notify.nextEventId());
+    EXPECT_EQ(3000000002LL, notify.nextEventId());
+    const std::string second = addPartition();
     RunningNotify running(notify);
-    const std::string row = addPartition();
-    ASSERT_TRUE(inbox.waitFor(1, 20));
-    EXPECT_EQ(Texts{row + "  "}, inbox.texts());
+    const std::string third = addPartition();
+    ASSERT_TRUE(inbox.waitFor(2, 20));
+    EXPECT_EQ((Texts{second + "  ", third + "  "}), inbox.texts());
 }

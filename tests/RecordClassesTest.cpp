@@ -63,16 +63,12 @@ void expectFinderNeedsExactlyOneRow(T (*find)(Key, dbi::Transaction&), MakeRow r
     EXPECT_EQ(single, find(keysByRowCount[1], transaction));
     for (std::size_t rows = 0; rows < keysByRowCount.size(); ++rows) {
         if (rows == 1) continue;
-        try {
-            find(keysByRowCount[rows], transaction);
-            ADD_FAILURE() << "found a key held by " << rows << " rows";
-        } catch (const dbi::DBIException<dbiresult::DBI_NOT_FOUND>& error) {
-            const std::string message = error.what(), ending = "returned [" + std::to_string(rows) + "] records.";
-            EXPECT_EQ(ending, message.substr(message.size() - std::min(message.size(), ending.size())));
-        }
+        const dbitest::Failure failure = dbitest::failureOf([&] { find(keysByRowCount[rows], transaction); });
+        EXPECT_EQ(dbiresult::DBI_NOT_FOUND, failure.code);
+        EXPECT_TRUE(dbitest::contains(failure.message, "returned [" + std::to_string(rows) + "] records."))
+            << failure.message;
     }
 }
-
 
 const char* const archiveGuid = "7c9e6679-7425-40de-944b-e07fc1f90ae7";
 

@@ -1,3 +1,4 @@
+#include <boost/date_time/posix_time/posix_time.hpp>
 #include <boost/thread/thread.hpp>
 
 #include "support/TestDatabase.h"
@@ -15,19 +16,6 @@ protected:
         BothModes::SetUp();
         exec("CREATE TABLE t (a integer, b text)");
     }
-
-    // Another connection to the file, holding the write lock.
-    dbitest::OtherConnection lockingWriter() {
-        dbitest::OtherConnection writer = openOther();
-        EXPECT_EQ(SQLITE_OK, sqlite3_exec(writer.get(), "BEGIN IMMEDIATE", nullptr, nullptr, nullptr));
-        return writer;
-    }
-
-    boost::shared_ptr<sqlite3> useReadOnlyConnection() {
-        boost::shared_ptr<sqlite3> readOnly(openOther(SQLITE_OPEN_READONLY).release(), sqlite3_close);
-        DBManager::swapConnection(readOnly);
-        return readOnly;
-    }
 };
 DBITEST_IN_BOTH_MODES(Statement);
 
@@ -44,14 +32,10 @@ protected:
         DBManager::execStatement(sql, values, result, false);
         return result;
     }
-
-    static int openStatements(sqlite3* connection) {
-        int count = 0;
-        for (sqlite3_stmt* s = sqlite3_next_stmt(connection, nullptr); s; s = sqlite3_next_stmt(connection, s))
-            ++count;
-        return count;
-    }
 };
+
+// Inputs that once broke something.
+class BadInput : public BoundStatement {};
 
 }  // namespace
 
@@ -123,13 +107,9 @@ TEST_P(Statement, failuresCarryTheStatementAndSqlitesTextAndAreNotRetried) {
     };
     for (const auto& failure : failures) {
         StatementTrace trace;
-        try {
-            run(failure.sql);
-            ADD_FAILURE() << failure.sql << " ran";
-        } catch (const dbi::DBIBaseException& e) {
-            EXPECT_EQ(failure.code, e.getCode()) << failure.sql;
-            EXPECT_EQ(failure.message, e.what());
-        }
+        const dbitest::Failure thrown = dbitest::failureOf([&] { run(failure.sql); });
+        EXPECT_EQ(failure.code, thrown.code) << failure.sql;
+        EXPECT_EQ(failure.message, thrown.message);
         EXPECT_GE(1, trace.count(failure.sql));
     }
 }
@@ -139,7 +119,8 @@ TEST_P(Statement, failuresCarryTheStatementAndSqlitesTextAndAreNotRetried) {
 TEST_P(Statement, busyStatementIsRetriedUntilTheWriterLetsGoOrFiveTriesFailed) {
     for (const bool letsGo : {true, false}) {
         SCOPED_TRACE(letsGo ? "lets go" : "holds on");
-        dbitest::OtherConnection writer = lockingWriter();
+        dbitest::OtherConnection writer = openOther();  // holding the write lock
+        ASSERT_EQ(SQLITE_OK, sqlite3_exec(writer.get(), "BEGIN IMMEDIATE", nullptr, nullptr, nullptr));
         boost::thread releaser([&writer, letsGo] {
             boost::this_thread::sleep_for(boost::chrono::milliseconds(2000));
             if (letsGo) sqlite3_exec(writer.get(), "COMMIT", nullptr, nullptr, nullptr);
@@ -157,7 +138,8 @@ TEST_P(Statement, busyStatementIsRetriedUntilTheWriterLetsGoOrFiveTriesFailed) {
 }
 
 TEST_P(Statement, storageFailureDropsTheConnectionWithItsStatements) {
-    boost::shared_ptr<sqlite3> readOnly = useReadOnlyConnection();
+    const boost::shared_ptr<sqlite3> readOnly(openOther(SQLITE_OPEN_READONLY).release(), sqlite3_close);
+    DBManager::swapConnection(readOnly);
     run("SELECT a FROM t");
     EXPECT_THROW(run("INSERT INTO t VALUES (1, 'a')"), dbi::DBIException<dbiresult::DBI_STORAGE_ERROR>);
     EXPECT_EQ(nullptr, sqlite3_next_stmt(readOnly.get(), nullptr));
@@ -197,31 +179,29 @@ TEST_F(BoundStatement, resultOutlivesTheStatementsNextUseAndFailuresKeepItReady)
     ResultTuple second = run("SELECT b FROM t WHERE a = ?", {BoundValue::integer(2)});
     EXPECT_STREQ("first", first.get<0>().get()[1]);
     EXPECT_STREQ("second", second.get<0>().get()[1]);
-    try {
-        run("INSERT INTO missing VALUES (?)", {BoundValue::integer(1)});
-        ADD_FAILURE() << "no exception";
-    } catch (const dbi::DBIException<dbiresult::DBI_SQL_ERROR>& e) {
-        EXPECT_STREQ("INSERT INTO missing VALUES (?) no such table: missing", e.what());
-    }
-    EXPECT_THROW(run("INSERT INTO t VALUES (?, ?)", {BoundValue::integer(1)}),
-                 dbi::DBIException<dbiresult::DBI_MISUSE>);
+    const dbitest::Failure missing = dbitest::failureOf([&] { run("INSERT INTO missing VALUES (?)", {}); });
+    EXPECT_EQ(dbiresult::DBI_SQL_ERROR, missing.code);
+    EXPECT_EQ("INSERT INTO missing VALUES (?) no such table: missing", missing.message);
+    EXPECT_EQ(dbiresult::DBI_MISUSE,
+              dbitest::failureOf([&] { run("INSERT INTO t VALUES (?, ?)", {BoundValue::integer(1)}); }).code);
     run("INSERT INTO t VALUES (?, ?)", {BoundValue::integer(3), BoundValue()});
     EXPECT_EQ("1", scalar("SELECT count(*) FROM t WHERE a = 3 AND b IS NULL"));
 }
 
-TEST_F(BoundStatement, cacheIsBoundedAndReusesStatements) {
+// The cache is bounded; nothing may be left in it to refuse the close when
+// the last holder lets go of a connection.
+TEST_F(BoundStatement, cacheIsBoundedReusesStatementsAndIsFinalizedOnSwapAndThreadEnd) {
+    const auto openStatements = [](sqlite3* connection) {
+        int count = 0;
+        for (sqlite3_stmt* s = sqlite3_next_stmt(connection, nullptr); s; s = sqlite3_next_stmt(connection, s)) ++count;
+        return count;
+    };
     for (int i = 0; i < 100; ++i) run("SELECT a FROM t WHERE a = ? + " + std::to_string(i), {BoundValue::integer(i)});
-    sqlite3* connection = DBManager::getConnection().get();
-    const int cached = openStatements(connection);
+    const int cached = openStatements(DBManager::getConnection().get());
     EXPECT_GT(cached, 0);
     EXPECT_LT(cached, 100);
     run("SELECT a FROM t WHERE a = ? + 99", {BoundValue::integer(1)});
-    EXPECT_EQ(cached, openStatements(connection));
-}
-
-// Nothing may be left to refuse the close when the last holder lets go.
-TEST_F(BoundStatement, swapAndThreadEndFinalizeTheStatementsOfTheConnection) {
-    run("SELECT a FROM t WHERE a = ?", {BoundValue::integer(1)});
+    EXPECT_EQ(cached, openStatements(DBManager::getConnection().get()));
     boost::shared_ptr<sqlite3> held = DBManager::swapConnection(boost::shared_ptr<sqlite3>());
     EXPECT_EQ(nullptr, sqlite3_next_stmt(held.get(), nullptr));
     // A swapped-in connection gets statements of its own.
@@ -235,6 +215,44 @@ TEST_F(BoundStatement, swapAndThreadEndFinalizeTheStatementsOfTheConnection) {
     worker.join();
     EXPECT_EQ(nullptr, sqlite3_next_stmt(held.get(), nullptr));
     EXPECT_EQ("1", scalar("SELECT count(*) FROM t WHERE a = 5"));
+}
+
+// Stored date-times are read in the ISO, compact, space-separated and
+// named-month forms; garbage throws. The last three garbage texts once
+// overflowed a signed integer inside Boost's conversion of a component that
+// mixes digits with other characters.
+TEST_F(BadInput, dateTimesAreReadInTheirFormsAndGarbageThrowsWithoutOverflowingInTheParser) {
+    const std::pair<std::string, const char*> texts[] = {
+        {"2012-03-04T05:06:07", "2012-03-04 05:06:07"},         {"20120304T050607", "2012-03-04 05:06:07"},
+        {"2012-03-04 05:06:07.250", "2012-03-04 05:06:07.250"}, {"2012-Mar-04 +5:06:07", "2012-03-04 05:06:07"},
+        {"2040-01-02T03:04:05", "2040-01-02 03:04:05"},  // past the 32-bit time_t limit
+        {"", nullptr}, {"garbage", nullptr}, {"2012-13-45 99:99:99", nullptr}, {"20121304T050607", nullptr},
+        {"2012-03-04Tnoon", nullptr}, {std::string("2r01\0\x12" "0005628-1", 15), nullptr},
+        {"3-2012-02:+20120- ", nullptr}, {"2012-03-04 05:06:#1234567", nullptr}};
+    for (const auto& [text, time] : texts) {
+        dbi::DateTimeField field("at");
+        field = text;
+        if (time)
+            EXPECT_EQ(boost::posix_time::time_from_string(time), static_cast<boost::posix_time::ptime>(field)) << text;
+        else
+            EXPECT_THROW((void)static_cast<boost::posix_time::ptime>(field), std::exception) << text;
+    }
+}
+
+// A bound text must hold one statement: a second one, after a NUL byte or
+// a semicolon, gets the text refused whole, not run up to the first's end.
+TEST_F(BadInput, boundTextsWithASecondStatementAreRefusedWhole) {
+    exec("INSERT INTO t (a) VALUES (1)");
+    const char nul[] = "UPDATE t SET a = 9 WHERE a = ?\0DELETE FROM t";
+    const std::string refused[] = {std::string(nul, sizeof nul - 1), "UPDATE t SET a = 9 WHERE a = ?; DELETE FROM t",
+                                   "UPDATE t SET a = 9 WHERE a = ?; garbage"};
+    for (const std::string& text : refused)
+        EXPECT_THROW(autocommit().execStatement(text, {dbi::BoundValue::integer(1)}),
+                     dbi::DBIException<dbiresult::DBI_SQL_ERROR>)
+            << text;
+    autocommit().execStatement("INSERT INTO t (a) VALUES (?); -- a comment\n ;  ", {dbi::BoundValue::integer(2)});
+    EXPECT_EQ(0, autocommit().execStatement(" -- nothing to run", dbi::BoundValues()).get<1>());
+    EXPECT_EQ("1,2", outside("SELECT group_concat(a) FROM t"));
 }
 
 TEST(BoundValueOf, integerColumnsBindOnlyWholeDecimalNumbers) {
@@ -268,14 +286,11 @@ TEST_F(BoundStatement, sqliteResultsMapToTheirCodes) {
         {SQLITE_MISUSE, dbiresult::DBI_MISUSE},            {SQLITE_OK, dbiresult::DBI_UNKNOWN_ERROR},
         {27, dbiresult::DBI_UNKNOWN_ERROR},                {-1, dbiresult::DBI_UNKNOWN_ERROR},
     };
-    for (const auto& [result, code] : mapping) {
-        try {
-            dbi::throwException(result, DBManager::getConnection(), "SELECT 1");
-            ADD_FAILURE() << "nothing thrown for " << result;
-        } catch (const std::runtime_error& e) {
-            EXPECT_EQ(code, dynamic_cast<const dbi::DBIBaseException&>(e).getCode()) << "result " << result;
-        }
-    }
+    for (const auto& [result, code] : mapping)
+        EXPECT_EQ(code, dbitest::failureOf([&] {
+                            dbi::throwException(result, DBManager::getConnection(), "SELECT 1");
+                        }).code)
+            << "result " << result;
     ::testing::FLAGS_gtest_death_test_style = "threadsafe";
     EXPECT_DEATH(dbi::throwException(SQLITE_CORRUPT, DBManager::getConnection(), "SELECT 1"), "");
 }

@@ -3,13 +3,12 @@
 // go through Notify::notifyListeners. Exactly the rows whose table and
 // action column name a registered key reach that key's listeners, in order,
 // with the row id read as a decimal clamped to int (0 without digits).
-#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <fstream>
-#include <sstream>
+#include <iterator>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -39,40 +38,9 @@ const Key kKeys[] = {
 
 std::vector<Delivery> delivered;
 
-void check(bool condition) {
-    if (!condition) std::abort();
-}
-
-// Priming the dispatcher reads the journal, so it needs the schema.
-void createDatabase() {
-    dbi::Configure::setOptions(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
-    std::ifstream schemaFile(DBI_SCHEMA_FILE);
-    std::stringstream schema;
-    schema << schemaFile.rdbuf();
-    dbi::Transaction::getDefaultTransaction().execStatement(schema.str());
-}
-
 dbi::Notify& dispatcher() {
     static dbi::Notify notify;
     return notify;
-}
-
-void registerListeners() {
-    for (const Key& key : kKeys) {
-        const std::string name = std::string(key.table) + key.action;
-        dispatcher().addListener(
-            key.table,
-            [name](int rowId, const std::string& oldValue, const std::string& newValue) {
-                delivered.emplace_back(name, rowId, oldValue, newValue);
-            },
-            key.condition, key.column);
-    }
-}
-
-bool registered(const std::string& name) {
-    for (const Key& key : kKeys)
-        if (name == std::string(key.table) + key.action) return true;
-    return false;
 }
 
 // A decimal prefix clamped to int; a whole text in real notation (how
@@ -103,9 +71,21 @@ std::string rowIdText(FuzzedDataProvider& input) {
 
 }  // namespace
 
+// Priming the dispatcher reads the journal, so the database has the schema.
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    createDatabase();
-    registerListeners();
+    dbi::Configure::setOptions(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE);
+    std::ifstream schema(DBI_SCHEMA_FILE);
+    dbi::Transaction::getDefaultTransaction().execStatement(
+        std::string(std::istreambuf_iterator<char>(schema), std::istreambuf_iterator<char>()));
+    for (const Key& key : kKeys) {
+        const std::string name = std::string(key.table) + key.action;
+        dispatcher().addListener(
+            key.table,
+            [name](int row, const std::string& from, const std::string& to) {
+                delivered.emplace_back(name, row, from, to);
+            },
+            key.condition, key.column);
+    }
     return 0;
 }
 
@@ -120,14 +100,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         event.m_rowId = rowIdText(input);
         event.m_oldValue = input.ConsumeRandomLengthString(32);
         event.m_newValue = input.ConsumeRandomLengthString(32);
-        const std::string name = event.m_whichTable.getValue() + event.m_actionColumn.getValue();
-        if (registered(name))
-            expected.emplace_back(name, expectedRowId(event.m_rowId.getValue()), event.m_oldValue.getValue(),
-                                  event.m_newValue.getValue());
+        for (const Key& key : kKeys)
+            if (event.m_whichTable.getValue() == key.table && event.m_actionColumn.getValue() == key.action)
+                expected.emplace_back(std::string(key.table) + key.action, expectedRowId(event.m_rowId.getValue()),
+                                      event.m_oldValue.getValue(), event.m_newValue.getValue());
         events.push_back(event);
     }
     delivered.clear();
     dispatcher().notifyListeners(events);
-    check(delivered == expected);
+    if (delivered != expected) std::abort();
     return 0;
 }

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <iostream>
 #include <mutex>
 #include <string>
@@ -21,6 +22,15 @@ namespace {
 
 void useDatabase(const std::string& path) {
     dbi::Configure::setOptions(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX);
+}
+
+std::mutex outputLock;
+
+// Runs body(0) ... body(count - 1) on threads of their own and waits for them.
+void onThreads(int count, const std::function<void(int)>& body) {
+    std::vector<std::thread> pool;
+    for (int t = 0; t < count; ++t) pool.emplace_back(body, t);
+    for (auto& t : pool) t.join();
 }
 
 std::string firstCell(const dbi::ResultTuple& result) {
@@ -39,32 +49,13 @@ void writeTransaction(dbi::Transaction& transaction, long long id, const std::st
                               " WHERE id = 1");
 }
 
-// Appends one line and syncs it, so a line survives a SIGKILL right after.
-class SyncedLog {
-public:
-    explicit SyncedLog(const std::string& path) : fd(::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644)) {
-        if (fd < 0) throw std::runtime_error("cannot open " + path);
-    }
-    ~SyncedLog() { ::close(fd); }
-    void line(const std::string& text) {
-        const std::string withNewline = text + "\n";
-        if (::write(fd, withNewline.data(), withNewline.size()) != static_cast<ssize_t>(withNewline.size()) ||
-            ::fdatasync(fd) != 0)
-            throw std::runtime_error("log write failed");
-    }
-
-private:
-    int fd;
-};
-
 // worker DB TAG THREADS TRANSACTIONS: contention worker. Transaction ids are
 // TAG * 1000000 + thread * 10000 + n; each one is reported as
 // "committed ID" or "failed ID CODE", then one summary line.
 int worker(const std::string& db, int tag, int threads, int transactions) {
     useDatabase(db);
-    std::mutex outputLock;
     std::atomic<int> committed{0}, busy{0}, retried{0}, other{0};
-    auto run = [&](int thread) {
+    onThreads(threads, [&](int thread) {
         for (int n = 0; n < transactions; ++n) {
             const long long id = tag * 1000000LL + thread * 10000LL + n;
             int runs = 0;
@@ -83,25 +74,25 @@ int worker(const std::string& db, int tag, int threads, int transactions) {
             std::lock_guard<std::mutex> lock(outputLock);
             std::cout << outcome << ' ' << id << '\n';
         }
-    };
-    std::vector<std::thread> pool;
-    for (int t = 0; t < threads; ++t) pool.emplace_back(run, t);
-    for (auto& t : pool) t.join();
+    });
     std::cout << "summary committed=" << committed << " busy=" << busy << " retried=" << retried
               << " other=" << other << std::endl;
     return 0;
 }
 
 // crash-writer DB LOG: writes transactions until killed; each id goes to
-// LOG (synced) only after release() returned.
+// LOG, synced so that it survives a SIGKILL, only after release() returned.
 int crashWriter(const std::string& db, const std::string& logPath) {
     useDatabase(db);
-    SyncedLog log(logPath);
+    const int log = ::open(logPath.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);
+    if (log < 0) throw std::runtime_error("cannot open " + logPath);
     long long id = 1 + std::stoll("0" + firstCell(dbi::Transaction::getDefaultTransaction().execStatement(
                                             "SELECT max(txn) FROM parts")));
     for (;; ++id) {
         dbi::retryTransaction([&](dbi::Transaction& transaction) { writeTransaction(transaction, id, "c"); });
-        log.line(std::to_string(id));
+        const std::string line = std::to_string(id) + "\n";
+        if (::write(log, line.data(), line.size()) != static_cast<ssize_t>(line.size()) || ::fdatasync(log) != 0)
+            throw std::runtime_error("log write failed");
     }
 }
 
@@ -110,8 +101,7 @@ int crashWriter(const std::string& db, const std::string& logPath) {
 int openStorm(const std::string& db, int threads, long long startMs) {
     useDatabase(db);
     std::atomic<int> failures{0};
-    std::mutex outputLock;
-    auto run = [&] {
+    onThreads(threads, [&](int) {
         std::this_thread::sleep_until(std::chrono::system_clock::time_point(std::chrono::milliseconds(startMs)));
         try {
             dbi::Transaction::getDefaultTransaction().execStatement("SELECT count(*) FROM parts");
@@ -120,10 +110,7 @@ int openStorm(const std::string& db, int threads, long long startMs) {
             std::lock_guard<std::mutex> lock(outputLock);
             std::cout << "failure " << e.getCode() << ' ' << e.what() << '\n';
         }
-    };
-    std::vector<std::thread> pool;
-    for (int t = 0; t < threads; ++t) pool.emplace_back(run);
-    for (auto& t : pool) t.join();
+    });
     std::cout << "summary failures=" << failures << std::endl;
     return 0;
 }
@@ -160,14 +147,6 @@ int faultRunner(const std::string& db, std::size_t payloadBytes, long long first
     return 0;
 }
 
-int usage() {
-    std::cerr << "usage: reliability_tool worker DB TAG THREADS TRANSACTIONS\n"
-                 "       reliability_tool crash-writer DB LOG\n"
-                 "       reliability_tool open-storm DB THREADS START_EPOCH_MS\n"
-                 "       reliability_tool fault-runner DB PAYLOAD_BYTES FIRST_ID\n";
-    return 2;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -184,5 +163,8 @@ int main(int argc, char** argv) {
         std::cerr << "reliability_tool: " << e.what() << '\n';
         return 1;
     }
-    return usage();
+    // Exit status 2 tells scripts/reliability.sh that the program runs.
+    std::cerr << "usage: reliability_tool worker DB TAG THREADS TRANSACTIONS | crash-writer DB LOG |\n"
+                 "       open-storm DB THREADS START_EPOCH_MS | fault-runner DB PAYLOAD_BYTES FIRST_ID\n";
+    return 2;
 }

@@ -1,6 +1,9 @@
 #include "support/TestDatabase.h"
 
 #include <dirent.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <sqlite3.h>
 #include <stdlib.h>
 
@@ -91,6 +94,44 @@ int StatementTrace::onTrace(unsigned, void* self, void*, void* text) {
 
 int StatementTrace::count(const std::string& sql) const {
     return static_cast<int>(std::count(seen.begin(), seen.end(), sql));
+}
+
+ChildProcess::ChildProcess(const std::function<void(ChildProcess&)>& body) {
+    dbi::DBManager::swapConnection(boost::shared_ptr<sqlite3>());
+    if (pipe(channel) != 0) throw std::runtime_error("pipe failed");
+    pid = fork();
+    if (pid == 0) {
+        close(channel[0]);
+        body(*this);
+        _exit(0);
+    }
+    close(channel[1]);
+}
+
+ChildProcess::~ChildProcess() {
+    kill(pid, SIGKILL);
+    waitpid(pid, nullptr, 0);
+    close(channel[0]);
+}
+
+void ChildProcess::tell(char byte) {
+    if (write(channel[1], &byte, 1) != 1) _exit(1);
+}
+
+char ChildProcess::heard() {
+    char byte = 0;
+    return read(channel[0], &byte, 1) == 1 ? byte : 0;
+}
+
+Failure failureOf(const std::function<void()>& call) {
+    try {
+        call();
+    } catch (const dbi::DBIBaseException& e) {
+        return {e.getCode(), e.what()};
+    } catch (const std::exception& e) {
+        return {0, e.what()};
+    }
+    return {-1, ""};
 }
 
 std::string readFile(const std::string& path) {

@@ -4,7 +4,9 @@
 #include <dbi/dbi.h>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
+#include <sys/types.h>
 
+#include <functional>
 #include <memory>
 #include <set>
 #include <string>
@@ -70,6 +72,33 @@ private:
     static int onTrace(unsigned, void*, void*, void*);
     Statements seen;
 };
+
+// A forked child that runs `body` and then ends. Destroying it kills the
+// child, as a crash would, and waits for it. This thread's connection is
+// dropped first, so that the child does not inherit it.
+class ChildProcess {
+public:
+    explicit ChildProcess(const std::function<void(ChildProcess&)>& body);
+    ~ChildProcess();
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
+    // In the child: reports `byte` to the parent.
+    void tell(char byte);
+    // In the parent: the byte the child told, 0 if it ended without one.
+    char heard();
+
+private:
+    pid_t pid = -1;
+    int channel[2] = {-1, -1};
+};
+
+// What a call threw: the library's code (0 for any other exception, -1 when
+// nothing was thrown) and the message.
+struct Failure {
+    int code;
+    std::string message;
+};
+Failure failureOf(const std::function<void()>& call);
 
 // Text of the whole file.
 std::string readFile(const std::string& path);
