@@ -137,18 +137,6 @@ TEST_P(Statement, busyStatementIsRetriedUntilTheWriterLetsGoOrFiveTriesFailed) {
     }
 }
 
-TEST_P(Statement, storageFailureDropsTheConnectionWithItsStatements) {
-    const boost::shared_ptr<sqlite3> readOnly(openOther(SQLITE_OPEN_READONLY).release(), sqlite3_close);
-    DBManager::swapConnection(readOnly);
-    run("SELECT a FROM t");
-    EXPECT_THROW(run("INSERT INTO t VALUES (1, 'a')"), dbi::DBIException<dbiresult::DBI_STORAGE_ERROR>);
-    EXPECT_EQ(nullptr, sqlite3_next_stmt(readOnly.get(), nullptr));
-    // The next statement runs on a new, writable connection.
-    run("INSERT INTO t VALUES (2, 'b')");
-    EXPECT_NE(readOnly, DBManager::getConnection());
-    EXPECT_EQ("1", outside("SELECT count(*) FROM t WHERE a = 2"));
-}
-
 TEST_P(Statement, staleSnapshotFailsAtOnce) {
     dbi::Transaction reader(true);
     run("SELECT count(*) FROM t", reader);

@@ -119,8 +119,10 @@ TEST_P(Transactions, storageFailureLosesTheWholeTransactionAndNothingOfItCommits
     EXPECT_THROW(run("INSERT INTO t VALUES (3)", handle), dbi::DBIException<dbiresult::DBI_STORAGE_ERROR>);
     expectLost(handle);
     EXPECT_EQ("0", committedCount());
-    // Rolled back on the failing connection itself, although a copy keeps it open.
+    // Rolled back and finalised on the failing connection itself, although a
+    // copy keeps it open.
     EXPECT_NE(0, sqlite3_get_autocommit(heldCopy.get()));
+    EXPECT_EQ(nullptr, sqlite3_next_stmt(heldCopy.get(), nullptr));
     EXPECT_NE(heldCopy, dbi::DBManager::getConnection());
     handle.rollback();
     EXPECT_FALSE(handle.isOpen());
