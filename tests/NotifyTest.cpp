@@ -1,11 +1,13 @@
 // The journal dispatcher: what it delivers to whom, and how soon it wakes
 // for another connection's commit (every interval, on commit, or checking
-// every 5 ms where the files cannot be watched).
+// every 5 ms where the files cannot be watched); commands sent over it.
 #include <sqlite3.h>
 #include <stdlib.h>
 #include <unistd.h>
 
+#include <boost/algorithm/string/join.hpp>
 #include <boost/chrono.hpp>
+#include <boost/lexical_cast.hpp>
 #include <climits>
 #include <cstring>
 #include <functional>
@@ -14,6 +16,9 @@
 
 #include "support/ChannelSupport.h"
 
+using dbi::library::CommandResponse;
+using dbi::library::CREndpoint;
+using dbi::library::CROperation;
 using dbitest::Inbox;
 using dbitest::RunningNotify;
 using Clock = boost::chrono::steady_clock;
@@ -49,6 +54,35 @@ protected:
         return dbi::Transaction::getDefaultTransaction().lastRowId();
     }
 
+    // Records the row id of every partition insert, after running `first`.
+    void listen(std::function<void()> first = [] {}) {
+        notify.addListener(
+            "library_partition",
+            [this, first](int row, const std::string&, const std::string&) {
+                first();
+                inbox.add(std::to_string(row));
+            },
+            dbi::Notify::INSERT, "");
+    }
+
+    // Inserts a partition from a thread of its own, i.e. another connection.
+    void addPartitionElsewhere() {
+        boost::thread writer([this] { addPartition(); });
+        writer.join();
+    }
+
+    // Every partition is delivered once, in the order of its id.
+    void expectAllPartitionsInOrder() {
+        EXPECT_EQ(scalar("SELECT group_concat(id, ' ') FROM (SELECT id FROM library_partition ORDER BY id)"),
+                  boost::algorithm::join(inbox.texts(), " "));
+    }
+
+    // Time until the inbox holds `count` texts; fails the test after 20 s.
+    Clock::duration timeUntil(std::size_t count, Clock::time_point start) {
+        EXPECT_TRUE(inbox.waitFor(count, 20)) << inbox.texts().size() << " of " << count << " arrived";
+        return Clock::now() - start;
+    }
+
     static dbi::library::Event event(const std::string& table, const std::string& row, const std::string& action) {
         dbi::library::Event journalRow;
         journalRow.m_whichTable = table;
@@ -64,9 +98,13 @@ protected:
     Inbox reports;
 };
 
-const boost::posix_time::time_duration kWake = boost::posix_time::milliseconds(5);
 // Well under the 5-second poll, which is what a missed wake would cost.
 const boost::chrono::seconds kFast(3);
+
+CommandResponse command(int operation) {
+    return CommandResponse(CREndpoint::LIBRARY_MANAGER, operation, "slot 12", 12, CREndpoint::MEDIA_MANAGER, "",
+                           dbi::CURRENT_TIMESTAMP, 0, "", 0);
+}
 
 // Denies "PRAGMA data_version" on the connection it is installed on.
 int denyDataVersion(void*, int action, const char* name, const char*, const char*, const char*) {
@@ -86,7 +124,7 @@ protected:
     void SetUp() override {
         NotifyTest::SetUp();
         if (GetParam().unwatchable) setenv("DBI_COMMIT_WATCH", "off", 1);
-        notify.setWakeInterval(kWake);
+        notify.setWakeInterval(boost::posix_time::milliseconds(5));
         notify.setWakeOnCommit(GetParam().onCommit);  // over the interval
     }
 
@@ -95,35 +133,6 @@ protected:
         NotifyTest::TearDown();
     }
 
-    // Records the row id of every partition insert, after running `first`.
-    void listen(std::function<void()> first = [] {}) {
-        notify.addListener(
-            "library_partition",
-            [this, first](int row, const std::string&, const std::string&) {
-                first();
-                inbox.add(std::to_string(row));
-            },
-            dbi::Notify::INSERT, "");
-    }
-
-    // Inserts a partition from a thread of its own, i.e. another connection.
-    void addPartitionElsewhere() {
-        boost::thread writer([this] { addPartition(); });
-        writer.join();
-    }
-
-    Texts allPartitionIds() {
-        dbi::ResultTuple rows = exec("SELECT id FROM library_partition ORDER BY id");
-        Texts ids;
-        for (int row = 1; row <= rows.get<1>(); ++row) ids.push_back(rows.get<0>().get()[row]);
-        return ids;
-    }
-
-    // Time until the inbox holds `count` texts; fails the test after 20 s.
-    Clock::duration timeUntil(std::size_t count, Clock::time_point start) {
-        EXPECT_TRUE(inbox.waitFor(count, 20)) << inbox.texts().size() << " of " << count << " arrived";
-        return Clock::now() - start;
-    }
 };
 
 }  // namespace
@@ -151,7 +160,7 @@ TEST_P(FastWakeModes, anotherConnectionsCommitIsDeliveredWithinAFewIntervals) {
     const Clock::time_point stopping = Clock::now();
     running.reset();
     EXPECT_LT(Clock::now() - stopping, kFast);
-    EXPECT_EQ(allPartitionIds(), inbox.texts());
+    expectAllPartitionsInOrder();
     // Falling back is reported once, with the reason; nothing else is.
     const Texts expected = {
         "Cannot watch the database for commits (turned off by DBI_COMMIT_WATCH=off); "
@@ -174,7 +183,7 @@ TEST_P(FastWakeModes, rowsWrittenDuringABatchComeOnceAndInOrder) {
     addPartition();
     EXPECT_LT(timeUntil(7, start), kFast);
     boost::this_thread::sleep_for(boost::chrono::milliseconds(200));  // room for a wrong extra delivery
-    EXPECT_EQ(allPartitionIds(), inbox.texts());
+    expectAllPartitionsInOrder();
 }
 
 TEST_P(FastWakeModes, theJournalIsStillPolledWhenTheVersionCheckFails) {
@@ -188,7 +197,7 @@ TEST_P(FastWakeModes, theJournalIsStillPolledWhenTheVersionCheckFails) {
     const Clock::time_point start = Clock::now();
     addPartition();
     EXPECT_GT(timeUntil(2, start), boost::chrono::seconds(1));
-    EXPECT_EQ(allPartitionIds(), inbox.texts());
+    expectAllPartitionsInOrder();
 }
 
 // Row ids without digits give 0 and huge ones saturate; SQLite keeps an
@@ -216,7 +225,7 @@ TEST_F(NotifyTest, listenersAreKeyedByTableAndActionColumnAndRowIdsSaturate) {
 
 TEST_F(NotifyTest, aThrowingListenerIsReportedAndTheWholeBatchComesAgain) {
     bool thrown = false;
-    notify.addListener("library_partition", recorder(inbox), dbi::Notify::INSERT, "");
+    listen();
     notify.addListener(
         "library_partition",
         [&](int, const std::string&, const std::string&) {
@@ -229,7 +238,7 @@ TEST_F(NotifyTest, aThrowingListenerIsReportedAndTheWholeBatchComesAgain) {
     RunningNotify running(notify);
     const std::string row = addPartition();
     ASSERT_TRUE(inbox.waitFor(2, 25));
-    EXPECT_EQ((Texts{row + "  ", row + "  "}), inbox.texts());
+    EXPECT_EQ((Texts{row, row}), inbox.texts());
     EXPECT_EQ(Texts{"Caught an exception in a DBNotify thread: listener failed"}, reports.texts());
 }
 
@@ -244,11 +253,66 @@ TEST_F(NotifyTest, deliversOnlyRowsAfterTheFirstListenerAndIdsBeyond32BitsKeepTh
     EXPECT_EQ(0, empty.nextEventId());
     exec("INSERT INTO library_event (id, which_table, row_id, action_column) VALUES (3000000000, 'x', 1, 'UPDATE')");
     addPartition();
-    notify.addListener("library_partition", recorder(inbox), dbi::Notify::INSERT, "");
+    listen();
     EXPECT_EQ(3000000002LL, notify.nextEventId());
     const std::string second = addPartition();
     RunningNotify running(notify);
     const std::string third = addPartition();
     ASSERT_TRUE(inbox.waitFor(2, 20));
-    EXPECT_EQ((Texts{second + "  ", third + "  "}), inbox.texts());
+    EXPECT_EQ((Texts{second, third}), inbox.texts());
+}
+
+TEST_F(NotifyTest, onlyTheChangeFromAcceptedToCompletedIsEmitted) {
+    CommandResponse stored = command(CROperation::INVENTORY);
+    stored.m_stateId.setIntValue(dbi::library::CRState::NEW);
+    stored.save(dbi::Transaction::getDefaultTransaction(), false);
+    const int id = stored.m_id.getIntValue();
+    dbi::CommandSignal commands;
+    commands.connect([&](const CommandResponse& r) { inbox.add(r.m_id.getValue()); });
+    dbi::commandUpdated(commands, id, "1", "2");
+    dbi::commandUpdated(commands, id, "2", "4");
+    dbi::commandUpdated(commands, 999, "2", "3");
+    EXPECT_TRUE(inbox.texts().empty());
+    dbi::commandUpdated(commands, id, "2", "3");
+    dbi::commandIn(commands, id);
+    dbi::commandIn(commands, 999);
+    EXPECT_EQ((Texts{stored.m_id.getValue(), stored.m_id.getValue()}), inbox.texts());
+    EXPECT_THROW(dbi::commandUpdated(commands, id, "", "3"), boost::bad_lexical_cast);
+}
+
+// A command nobody accepts times out after the acceptance wait; one
+// accepted but left unanswered is given up when its own wait ends.
+TEST_F(NotifyTest, unansweredCommandsTimeOut) {
+    dbi::CommandResponseHelper helper;  // accepts inventory commands, answers none
+    helper.registerWithNotify(notify);
+    helper.registerListener([this](const CommandResponse& accepted) { inbox.add(accepted.m_stateId.getValue()); },
+                            CROperation::INVENTORY, CREndpoint::LIBRARY_MANAGER);
+    RunningNotify running(notify);
+    const struct {
+        bool accepted;
+        boost::posix_time::time_duration wait;
+    } cases[] = {{false, boost::posix_time::pos_infin}, {true, boost::posix_time::seconds(12)}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.accepted ? "accepted" : "not accepted");
+        CommandResponse sent = command(c.accepted ? CROperation::INVENTORY : CROperation::MOVE_MEDIUM);
+        const CommandResponse answer = dbi::sendCommand(sent, c.wait);
+        EXPECT_EQ("4|16|Timed out|1", scalar("SELECT state_id || '|' || result || '|' || result_string || '|' || "
+                                             "(end_time IS NOT NULL) FROM library_commandresponse WHERE id = " +
+                                             answer.m_id.getValue()));
+        EXPECT_EQ("16", answer.m_result.getValue());
+    }
+    EXPECT_EQ(Texts{"2"}, inbox.texts());
+}
+
+// Events are one-way rows in state new.
+TEST_F(NotifyTest, aFailedInsertLeavesNoRowAndStopsTheDispatcherAndEventsAreRowsInStateNew) {
+    CommandResponse unknownOperation = command(99);
+    EXPECT_THROW(dbi::sendCommand(unknownOperation, boost::posix_time::seconds(1)),
+                 dbi::DBIException<dbiresult::DBI_CONSTRAINT_VIOLATION>);
+    EXPECT_EQ("0", scalar("SELECT count(*) FROM library_commandresponse"));
+    dbi::CommandResponseHelper::sendEvent(CROperation::INVENTORY, CREndpoint::LIBRARY_MANAGER, "scan", 3);
+    EXPECT_EQ("1|1|0|1|scan|3|1",
+              scalar("SELECT source_id || '|' || operation_id || '|' || target_id || '|' || state_id || '|' || "
+                     "string_argument || '|' || int_argument || '|' || (start_time IS NOT NULL) "
+                     "FROM library_commandresponse"));
 }

@@ -1,11 +1,6 @@
 #include "support/ChannelSupport.h"
 
-#include <spawn.h>
-#include <unistd.h>
-
 #include <boost/thread/lock_guard.hpp>
-
-extern char** environ;
 
 namespace dbitest {
 
@@ -31,24 +26,6 @@ bool Inbox::waitFor(std::size_t count, int seconds) {
 std::vector<std::string> Inbox::texts() {
     boost::lock_guard<boost::mutex> lock(mutex);
     return received;
-}
-
-FILE* spawnReadingOutput(std::vector<std::string> words, pid_t& pid) {
-    std::vector<char*> argv;
-    for (std::string& word : words) argv.push_back(&word[0]);
-    argv.push_back(nullptr);
-    int pipeEnds[2];
-    if (pipe(pipeEnds) != 0) throw std::runtime_error("pipe");
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, pipeEnds[1], STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, pipeEnds[1], STDERR_FILENO);
-    posix_spawn_file_actions_addclose(&actions, pipeEnds[0]);
-    const int failed = posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    close(pipeEnds[1]);
-    if (failed) throw std::runtime_error("cannot start " + words[0]);
-    return fdopen(pipeEnds[0], "r");
 }
 
 }  // namespace dbitest

@@ -1,12 +1,9 @@
 #ifndef DBI_TESTS_CHANNELSUPPORT_H
 #define DBI_TESTS_CHANNELSUPPORT_H
 
-#include <sys/types.h>
-
 #include <boost/thread/condition_variable.hpp>
 #include <boost/thread/mutex.hpp>
 #include <boost/thread/thread.hpp>
-#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -48,10 +45,6 @@ private:
     dbi::Notify& notify;
     boost::thread thread;
 };
-
-// Starts `words` (the program first) with its standard output and error on
-// the returned stream; the child's id goes to `pid`.
-FILE* spawnReadingOutput(std::vector<std::string> words, pid_t& pid);
 
 }  // namespace dbitest
 
