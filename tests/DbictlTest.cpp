@@ -221,12 +221,11 @@ TEST_F(Dbictl, restoreRefusesABadBackupOrADatabaseInUseAndOtherwiseReplacesItWit
     const std::string text = directory + "/notes.txt";
     std::ofstream(text) << "not a database\n";
 
-    struct Case {
+    const struct {
         std::string file;
         const char* holderSql;  // what another process keeps running on the database, if any
         const char* refusal;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {text, nullptr, "not a usable backup: file is not a database"},
         {partial, nullptr, "the schema's tables vigil_settings are missing"},
         {directory + "/none.db", nullptr, "no such backup file"},
@@ -234,7 +233,7 @@ TEST_F(Dbictl, restoreRefusesABadBackupOrADatabaseInUseAndOtherwiseReplacesItWit
         {good, "BEGIN IMMEDIATE; DELETE FROM library_element;", "a writer or checkpoint"},
         {good, "SELECT count(*) FROM library_element;", "has it open in WAL mode"},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.refusal);
         dbi::DBManager::swapConnection(boost::shared_ptr<sqlite3>());  // only the holder has the file open
         const std::unique_ptr<dbitest::ChildProcess> holder = c.holderSql ? holding(c.holderSql) : nullptr;
@@ -260,8 +259,8 @@ TEST_F(Dbictl, restoreRefusesABadBackupOrADatabaseInUseAndOtherwiseReplacesItWit
 // Both ways between processes, each side waking its own way: the responder
 // every 5 ms, this process and the sender on commit, well within one poll.
 TEST_F(Dbictl, aCommandIsAnsweredByAnotherProcess) {
-    DbictlProcess answering(
-        {"respond", path, "--endpoint", "1", "--operation", "1", "--result", "7", "--text", "from afar", "--wake", "5"});
+    DbictlProcess answering({"respond", path, "--endpoint", "1", "--operation", "1", "--result", "7", "--text",
+                             "from afar", "--wake", "5"});
     ASSERT_TRUE(answering.waitFor("answering"));
     dbi::Notify::setDefaultWakeOnCommit(true);
     const Clock::time_point start = Clock::now();
@@ -269,7 +268,8 @@ TEST_F(Dbictl, aCommandIsAnsweredByAnotherProcess) {
               dbi::sendCommand(CREndpoint::LIBRARY_MANAGER, CROperation::INVENTORY, "", 0, CREndpoint::MEDIA_MANAGER));
     EXPECT_LT(Clock::now() - start, boost::chrono::seconds(3));
     EXPECT_EQ("3", scalar("SELECT state_id FROM library_commandresponse"));
-    const Outcome sent = dbictl({"send", "DB", "--source", "1", "--operation", "1", "--target", "2", "--wake", "commit"});
+    const Outcome sent =
+        dbictl({"send", "DB", "--source", "1", "--operation", "1", "--target", "2", "--wake", "commit"});
     EXPECT_EQ(0, sent.status) << sent.output;
     EXPECT_TRUE(contains(sent.output, "answered") && contains(sent.output, "from afar")) << sent.output;
     EXPECT_EQ(0, answering.finish(true));
