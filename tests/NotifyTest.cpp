@@ -83,13 +83,10 @@ protected:
         return Clock::now() - start;
     }
 
+    // A journal row from "o" to "n"; its row id as text, which need not be a number.
     static dbi::library::Event event(const std::string& table, const std::string& row, const std::string& action) {
-        dbi::library::Event journalRow;
-        journalRow.m_whichTable = table;
+        dbi::library::Event journalRow(table, 0, action, "o", "n", "");
         journalRow.m_rowId = row;
-        journalRow.m_actionColumn = action;
-        journalRow.m_oldValue = std::string("o");
-        journalRow.m_newValue = std::string("n");
         return journalRow;
     }
 
