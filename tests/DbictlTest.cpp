@@ -267,7 +267,6 @@ TEST_F(Dbictl, aCommandIsAnsweredByAnotherProcess) {
     EXPECT_EQ(std::make_pair(7, std::string("from afar")),
               dbi::sendCommand(CREndpoint::LIBRARY_MANAGER, CROperation::INVENTORY, "", 0, CREndpoint::MEDIA_MANAGER));
     EXPECT_LT(Clock::now() - start, boost::chrono::seconds(3));
-    EXPECT_EQ("3", scalar("SELECT state_id FROM library_commandresponse"));
     const Outcome sent =
         dbictl({"send", "DB", "--source", "1", "--operation", "1", "--target", "2", "--wake", "commit"});
     EXPECT_EQ(0, sent.status) << sent.output;
@@ -306,7 +305,6 @@ TEST_F(Dbictl, everyCommitOfAnotherProcessWakesTheDispatcher) {
         EXPECT_EQ(0, writer.finish());
         EXPECT_TRUE(order.waitFor(kCommits, 60));
     }
-    ASSERT_EQ(std::size_t(kCommits), committed.size());
     std::vector<std::string> expected;
     Clock::duration slowest = Clock::duration::zero();
     for (const auto& [row, time] : committed) {

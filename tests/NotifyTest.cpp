@@ -243,7 +243,6 @@ TEST_F(NotifyTest, onlyTheChangeFromAcceptedToCompletedIsEmitted) {
     dbi::commandUpdated(commands, id, "1", "2");
     dbi::commandUpdated(commands, id, "2", "4");
     dbi::commandUpdated(commands, 999, "2", "3");
-    EXPECT_TRUE(inbox.texts().empty());
     dbi::commandUpdated(commands, id, "2", "3");
     dbi::commandIn(commands, id);
     dbi::commandIn(commands, 999);
