@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <boost/algorithm/string/classification.hpp>
+#include <boost/algorithm/string/erase.hpp>
 #include <boost/algorithm/string/join.hpp>
 #include <boost/algorithm/string/split.hpp>
 #include <boost/chrono.hpp>
@@ -102,10 +103,9 @@ protected:
         for (std::string& argument : arguments)
             if (argument.compare(0, 2, "DB") == 0) argument = path + argument.substr(2);
         DbictlProcess process(arguments);
-        Outcome run{0, ""};
-        for (std::string line; process.readLine(line);) run.output += line;
-        run.status = process.finish();
-        return run;
+        std::string output;
+        for (std::string line; process.readLine(line);) output += line;
+        return {process.finish(), output};
     }
 
     // Another process that runs `sql` on a connection of its own and keeps
@@ -132,9 +132,7 @@ protected:
         transaction.execStatement("INSERT INTO library_element (id, slot_number, partition_id) VALUES (9, 3, " +
                                   partition.m_id.getValue() + ")");
         transaction.release();
-        std::string base64 = element.m_addDescriptor.getValue();
-        base64.erase(std::remove(base64.begin(), base64.end(), '\n'), base64.end());
-        return base64;
+        return boost::algorithm::erase_all_copy(element.m_addDescriptor.getValue(), "\n");
     }
 };
 

@@ -38,6 +38,7 @@ protected:
 
     void TearDown() override {
         dbi::setEventReporter({});
+        unsetenv("DBI_COMMIT_WATCH");  // set by the fallback's wake mode
         SchemaDatabase::TearDown();
     }
 
@@ -117,11 +118,6 @@ protected:
         if (GetParam() == "commitFallback") setenv("DBI_COMMIT_WATCH", "off", 1);
         notify.setWakeInterval(boost::posix_time::milliseconds(5));
         notify.setWakeOnCommit(GetParam() != "interval");  // over the interval
-    }
-
-    void TearDown() override {
-        unsetenv("DBI_COMMIT_WATCH");
-        NotifyTest::TearDown();
     }
 };
 
