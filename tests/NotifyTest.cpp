@@ -1,11 +1,13 @@
 // The journal dispatcher: what it delivers to whom, and how soon it wakes
 // for another connection's commit (every interval, on commit, or checking
-// every 5 ms where the files cannot be watched).
+// every 5 ms where the files cannot be watched); commands sent over it.
 #include <sqlite3.h>
 #include <stdlib.h>
 #include <unistd.h>
 
+#include <boost/algorithm/string/join.hpp>
 #include <boost/chrono.hpp>
+#include <boost/lexical_cast.hpp>
 #include <climits>
 #include <cstring>
 #include <functional>
@@ -14,6 +16,9 @@
 
 #include "support/ChannelSupport.h"
 
+using dbi::library::CommandResponse;
+using dbi::library::CREndpoint;
+using dbi::library::CROperation;
 using dbitest::Inbox;
 using dbitest::RunningNotify;
 using Clock = boost::chrono::steady_clock;
@@ -33,6 +38,7 @@ protected:
 
     void TearDown() override {
         dbi::setEventReporter({});
+        unsetenv("DBI_COMMIT_WATCH");  // set by the fallback's wake mode
         SchemaDatabase::TearDown();
     }
 
@@ -47,52 +53,6 @@ protected:
     std::string addPartition() {
         exec("INSERT INTO library_partition (guid) VALUES (hex(randomblob(8)))");
         return dbi::Transaction::getDefaultTransaction().lastRowId();
-    }
-
-    static dbi::library::Event event(const std::string& table, const std::string& row, const std::string& action) {
-        dbi::library::Event journalRow;
-        journalRow.m_whichTable = table;
-        journalRow.m_rowId = row;
-        journalRow.m_actionColumn = action;
-        journalRow.m_oldValue = std::string("o");
-        journalRow.m_newValue = std::string("n");
-        return journalRow;
-    }
-
-    dbi::Notify notify;
-    Inbox inbox;
-    Inbox reports;
-};
-
-const boost::posix_time::time_duration kWake = boost::posix_time::milliseconds(5);
-// Well under the 5-second poll, which is what a missed wake would cost.
-const boost::chrono::seconds kFast(3);
-
-// Denies "PRAGMA data_version" on the connection it is installed on.
-int denyDataVersion(void*, int action, const char* name, const char*, const char*, const char*) {
-    return action == SQLITE_PRAGMA && name && std::strcmp(name, "data_version") == 0 ? SQLITE_DENY : SQLITE_OK;
-}
-
-// The ways of waking early: every interval, on commit, and on commit where
-// the files cannot be watched (the 5 ms fallback).
-struct WakeMode {
-    const char* name;
-    bool onCommit;
-    bool unwatchable;
-};
-
-class FastWakeModes : public NotifyTest, public ::testing::WithParamInterface<WakeMode> {
-protected:
-    void SetUp() override {
-        NotifyTest::SetUp();
-        if (GetParam().unwatchable) setenv("DBI_COMMIT_WATCH", "off", 1);
-        notify.setWakeInterval(kWake);
-        notify.setWakeOnCommit(GetParam().onCommit);  // over the interval
-    }
-
-    void TearDown() override {
-        unsetenv("DBI_COMMIT_WATCH");
-        NotifyTest::TearDown();
     }
 
     // Records the row id of every partition insert, after running `first`.
@@ -112,11 +72,10 @@ protected:
         writer.join();
     }
 
-    Texts allPartitionIds() {
-        dbi::ResultTuple rows = exec("SELECT id FROM library_partition ORDER BY id");
-        Texts ids;
-        for (int row = 1; row <= rows.get<1>(); ++row) ids.push_back(rows.get<0>().get()[row]);
-        return ids;
+    // Every partition is delivered once, in the order of its id.
+    void expectAllPartitionsInOrder() {
+        EXPECT_EQ(scalar("SELECT group_concat(id, ' ') FROM (SELECT id FROM library_partition ORDER BY id)"),
+                  boost::algorithm::join(inbox.texts(), " "));
     }
 
     // Time until the inbox holds `count` texts; fails the test after 20 s.
@@ -124,25 +83,67 @@ protected:
         EXPECT_TRUE(inbox.waitFor(count, 20)) << inbox.texts().size() << " of " << count << " arrived";
         return Clock::now() - start;
     }
+
+    // A journal row from "o" to "n"; its row id as text, which need not be a number.
+    static dbi::library::Event event(const std::string& table, const std::string& row, const std::string& action) {
+        dbi::library::Event journalRow(table, 0, action, "o", "n", "");
+        journalRow.m_rowId = row;
+        return journalRow;
+    }
+
+    dbi::Notify notify;
+    Inbox inbox;
+    Inbox reports;
+};
+
+// Well under the 5-second poll, which is what a missed wake would cost.
+const boost::chrono::seconds kFast(3);
+
+CommandResponse command(int operation) {
+    return CommandResponse(CREndpoint::LIBRARY_MANAGER, operation, "slot 12", 12, CREndpoint::MEDIA_MANAGER, "",
+                           dbi::CURRENT_TIMESTAMP, 0, "", 0);
+}
+
+// Denies "PRAGMA data_version" on the connection it is installed on.
+int denyDataVersion(void*, int action, const char* name, const char*, const char*, const char*) {
+    return action == SQLITE_PRAGMA && name && std::strcmp(name, "data_version") == 0 ? SQLITE_DENY : SQLITE_OK;
+}
+
+// The ways of waking early: every "interval", on "commit", and on commit
+// where the files cannot be watched (the 5 ms "commitFallback").
+class FastWakeModes : public NotifyTest, public ::testing::WithParamInterface<std::string> {
+protected:
+    void SetUp() override {
+        NotifyTest::SetUp();
+        if (GetParam() == "commitFallback") setenv("DBI_COMMIT_WATCH", "off", 1);
+        notify.setWakeInterval(boost::posix_time::milliseconds(5));
+        notify.setWakeOnCommit(GetParam() != "interval");  // over the interval
+    }
 };
 
 }  // namespace
 
-INSTANTIATE_TEST_SUITE_P(, FastWakeModes,
-                         ::testing::Values(WakeMode{"interval", false, false}, WakeMode{"commit", true, false},
-                                           WakeMode{"commitFallback", true, true}),
-                         [](const ::testing::TestParamInfo<WakeMode>& info) { return info.param.name; });
+INSTANTIATE_TEST_SUITE_P(, FastWakeModes, ::testing::Values("interval", "commit", "commitFallback"),
+                         [](const ::testing::TestParamInfo<std::string>& info) { return info.param; });
 
 // The directory is watched, not the files: the write-ahead log need not exist
-// when the watch starts, and writers that come and go are all seen. Stopping
-// ends the wait between checks at once.
-TEST_P(FastWakeModes, anotherConnectionsCommitIsDeliveredWithinAFewIntervals) {
+// when the watch starts, and writers that come and go are all seen. Rows that
+// listeners write on the dispatcher's own connection leave its data version
+// alone; they come with the read that follows every batch. Rows other
+// connections commit during a batch wake the next wait. Stopping ends the
+// wait between checks at once.
+TEST_P(FastWakeModes, everyCommitComesSoonOnceAndInOrder) {
     EXPECT_THROW(notify.setWakeInterval(boost::posix_time::milliseconds(-1)), std::invalid_argument);
-    listen();
+    int deliveries = 0;
+    listen([&] {  // the first four deliveries write 4 rows here and 2 elsewhere
+        if (++deliveries > 4) return;
+        addPartition();
+        if (deliveries % 2 == 0) addPartitionElsewhere();
+    });
     dbi::DBManager::swapConnection({});  // the last connection: its log goes
     ASSERT_NE(0, access((path + "-wal").c_str(), F_OK));
     auto running = std::make_unique<RunningNotify>(notify);
-    for (std::size_t count = 1; count <= 3; ++count) {
+    for (std::size_t count : {7, 8, 9}) {
         boost::this_thread::sleep_for(boost::chrono::milliseconds(100));  // let it settle into waiting
         const Clock::time_point start = Clock::now();
         addPartitionElsewhere();
@@ -151,30 +152,12 @@ TEST_P(FastWakeModes, anotherConnectionsCommitIsDeliveredWithinAFewIntervals) {
     const Clock::time_point stopping = Clock::now();
     running.reset();
     EXPECT_LT(Clock::now() - stopping, kFast);
-    EXPECT_EQ(allPartitionIds(), inbox.texts());
+    expectAllPartitionsInOrder();
     // Falling back is reported once, with the reason; nothing else is.
     const Texts expected = {
         "Cannot watch the database for commits (turned off by DBI_COMMIT_WATCH=off); "
         "checking for them every 5 ms instead"};
-    EXPECT_EQ(GetParam().unwatchable ? expected : Texts(), reports.texts());
-}
-
-// Rows that listeners write on the dispatcher's own connection leave its
-// data version alone; they come with the read that follows every batch.
-// Rows other connections commit during a batch wake the next wait.
-TEST_P(FastWakeModes, rowsWrittenDuringABatchComeOnceAndInOrder) {
-    int batches = 0;
-    listen([&] {
-        if (++batches > 4) return;
-        addPartition();
-        if (batches % 2 == 0) addPartitionElsewhere();
-    });
-    RunningNotify running(notify);
-    const Clock::time_point start = Clock::now();
-    addPartition();
-    EXPECT_LT(timeUntil(7, start), kFast);
-    boost::this_thread::sleep_for(boost::chrono::milliseconds(200));  // room for a wrong extra delivery
-    EXPECT_EQ(allPartitionIds(), inbox.texts());
+    EXPECT_EQ(GetParam() == "commitFallback" ? expected : Texts(), reports.texts());
 }
 
 TEST_P(FastWakeModes, theJournalIsStillPolledWhenTheVersionCheckFails) {
@@ -188,7 +171,7 @@ TEST_P(FastWakeModes, theJournalIsStillPolledWhenTheVersionCheckFails) {
     const Clock::time_point start = Clock::now();
     addPartition();
     EXPECT_GT(timeUntil(2, start), boost::chrono::seconds(1));
-    EXPECT_EQ(allPartitionIds(), inbox.texts());
+    expectAllPartitionsInOrder();
 }
 
 // Row ids without digits give 0 and huge ones saturate; SQLite keeps an
@@ -214,9 +197,21 @@ TEST_F(NotifyTest, listenersAreKeyedByTableAndActionColumnAndRowIdsSaturate) {
     EXPECT_EQ(Texts{"0 o n"}, byDelete.texts());
 }
 
-TEST_F(NotifyTest, aThrowingListenerIsReportedAndTheWholeBatchComesAgain) {
+// Priming starts past the newest journal row (or at 0 on an empty journal)
+// when the first listener comes: rows written before it are not delivered,
+// rows after it are, also before the dispatcher runs. Journal ids outgrow
+// 32 bits on a long-lived appliance; the cursor must not. A throwing
+// listener is reported, and the whole batch comes again to every listener.
+TEST_F(NotifyTest, deliversRowsAfterTheFirstListenerPast32BitIdsAndTheBatchAgainAfterAThrow) {
+    exec("DELETE FROM library_event");
+    dbi::Notify empty;
+    empty.prime();
+    EXPECT_EQ(0, empty.nextEventId());
+    exec("INSERT INTO library_event (id, which_table, row_id, action_column) VALUES (3000000000, 'x', 1, 'UPDATE')");
+    addPartition();
+    listen();
+    EXPECT_EQ(3000000002LL, notify.nextEventId());
     bool thrown = false;
-    notify.addListener("library_partition", recorder(inbox), dbi::Notify::INSERT, "");
     notify.addListener(
         "library_partition",
         [&](int, const std::string&, const std::string&) {
@@ -226,29 +221,64 @@ TEST_F(NotifyTest, aThrowingListenerIsReportedAndTheWholeBatchComesAgain) {
             }
         },
         dbi::Notify::INSERT, "");
-    RunningNotify running(notify);
-    const std::string row = addPartition();
-    ASSERT_TRUE(inbox.waitFor(2, 25));
-    EXPECT_EQ((Texts{row + "  ", row + "  "}), inbox.texts());
-    EXPECT_EQ(Texts{"Caught an exception in a DBNotify thread: listener failed"}, reports.texts());
-}
-
-// Priming starts past the newest journal row (or at 0 on an empty journal)
-// when the first listener comes: rows written before it are not delivered,
-// rows after it are, also before the dispatcher runs. Journal ids outgrow
-// 32 bits on a long-lived appliance; the cursor must not.
-TEST_F(NotifyTest, deliversOnlyRowsAfterTheFirstListenerAndIdsBeyond32BitsKeepTheCursorMoving) {
-    exec("DELETE FROM library_event");
-    dbi::Notify empty;
-    empty.prime();
-    EXPECT_EQ(0, empty.nextEventId());
-    exec("INSERT INTO library_event (id, which_table, row_id, action_column) VALUES (3000000000, 'x', 1, 'UPDATE')");
-    addPartition();
-    notify.addListener("library_partition", recorder(inbox), dbi::Notify::INSERT, "");
-    EXPECT_EQ(3000000002LL, notify.nextEventId());
     const std::string second = addPartition();
     RunningNotify running(notify);
     const std::string third = addPartition();
-    ASSERT_TRUE(inbox.waitFor(2, 20));
-    EXPECT_EQ((Texts{second + "  ", third + "  "}), inbox.texts());
+    ASSERT_TRUE(inbox.waitFor(3, 25));
+    EXPECT_EQ((Texts{second, second, third}), inbox.texts());
+    EXPECT_EQ(Texts{"Caught an exception in a DBNotify thread: listener failed"}, reports.texts());
+}
+
+TEST_F(NotifyTest, onlyTheChangeFromAcceptedToCompletedIsEmitted) {
+    CommandResponse stored = command(CROperation::INVENTORY);
+    stored.m_stateId.setIntValue(dbi::library::CRState::NEW);
+    stored.save(dbi::Transaction::getDefaultTransaction(), false);
+    const int id = stored.m_id.getIntValue();
+    dbi::CommandSignal commands;
+    commands.connect([&](const CommandResponse& r) { inbox.add(r.m_id.getValue()); });
+    dbi::commandUpdated(commands, id, "1", "2");
+    dbi::commandUpdated(commands, id, "2", "4");
+    dbi::commandUpdated(commands, 999, "2", "3");
+    dbi::commandUpdated(commands, id, "2", "3");
+    dbi::commandIn(commands, id);
+    dbi::commandIn(commands, 999);
+    EXPECT_EQ((Texts{stored.m_id.getValue(), stored.m_id.getValue()}), inbox.texts());
+    EXPECT_THROW(dbi::commandUpdated(commands, id, "", "3"), boost::bad_lexical_cast);
+}
+
+// A command nobody accepts times out after the acceptance wait; one
+// accepted but left unanswered is given up when its own wait ends.
+TEST_F(NotifyTest, unansweredCommandsTimeOut) {
+    dbi::CommandResponseHelper helper;  // accepts inventory commands, answers none
+    helper.registerWithNotify(notify);
+    helper.registerListener([this](const CommandResponse& accepted) { inbox.add(accepted.m_stateId.getValue()); },
+                            CROperation::INVENTORY, CREndpoint::LIBRARY_MANAGER);
+    RunningNotify running(notify);
+    const struct {
+        bool accepted;
+        boost::posix_time::time_duration wait;
+    } cases[] = {{false, boost::posix_time::pos_infin}, {true, boost::posix_time::seconds(12)}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.accepted ? "accepted" : "not accepted");
+        CommandResponse sent = command(c.accepted ? CROperation::INVENTORY : CROperation::MOVE_MEDIUM);
+        const CommandResponse answer = dbi::sendCommand(sent, c.wait);
+        EXPECT_EQ("4|16|Timed out|1", scalar("SELECT state_id || '|' || result || '|' || result_string || '|' || "
+                                             "(end_time IS NOT NULL) FROM library_commandresponse WHERE id = " +
+                                             answer.m_id.getValue()));
+        EXPECT_EQ("16", answer.m_result.getValue());
+    }
+    EXPECT_EQ(Texts{"2"}, inbox.texts());
+}
+
+// Events are one-way rows in state new.
+TEST_F(NotifyTest, aFailedInsertLeavesNoRowAndStopsTheDispatcherAndEventsAreRowsInStateNew) {
+    CommandResponse unknownOperation = command(99);
+    EXPECT_THROW(dbi::sendCommand(unknownOperation, boost::posix_time::seconds(1)),
+                 dbi::DBIException<dbiresult::DBI_CONSTRAINT_VIOLATION>);
+    EXPECT_EQ("0", scalar("SELECT count(*) FROM library_commandresponse"));
+    dbi::CommandResponseHelper::sendEvent(CROperation::INVENTORY, CREndpoint::LIBRARY_MANAGER, "scan", 3);
+    EXPECT_EQ("1|1|0|1|scan|3|1",
+              scalar("SELECT source_id || '|' || operation_id || '|' || target_id || '|' || state_id || '|' || "
+                     "string_argument || '|' || int_argument || '|' || (start_time IS NOT NULL) "
+                     "FROM library_commandresponse"));
 }

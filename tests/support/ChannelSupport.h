@@ -1,12 +1,10 @@
 #ifndef DBI_TESTS_CHANNELSUPPORT_H
 #define DBI_TESTS_CHANNELSUPPORT_H
 
-#include <sys/types.h>
-
 #include <boost/thread/condition_variable.hpp>
+#include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 #include <boost/thread/thread.hpp>
-#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -18,16 +16,34 @@ namespace dbitest {
 // operations to send commands between.
 class SchemaDatabase : public TestDatabase {
 protected:
-    void SetUp() override;
+    void SetUp() override {
+        TestDatabase::SetUp();
+        loadSchema();
+        exec(
+            "INSERT INTO library_crendpoint VALUES (1, 'library manager'), (2, 'media manager');"
+            "INSERT INTO library_croperation VALUES (1, 'inventory'), (2, 'move medium');");
+    }
 };
 
 // Collects texts from other threads; waits for them with a bound.
 class Inbox {
 public:
-    void add(const std::string& text);
+    void add(const std::string& text) {
+        boost::lock_guard<boost::mutex> lock(mutex);
+        received.push_back(text);
+        arrived.notify_all();
+    }
+
     // True when at least `count` texts arrived within `seconds`.
-    bool waitFor(std::size_t count, int seconds);
-    std::vector<std::string> texts();
+    bool waitFor(std::size_t count, int seconds) {
+        boost::unique_lock<boost::mutex> lock(mutex);
+        return arrived.wait_for(lock, boost::chrono::seconds(seconds), [&] { return received.size() >= count; });
+    }
+
+    std::vector<std::string> texts() {
+        boost::lock_guard<boost::mutex> lock(mutex);
+        return received;
+    }
 
 private:
     boost::mutex mutex;
@@ -48,10 +64,6 @@ private:
     dbi::Notify& notify;
     boost::thread thread;
 };
-
-// Starts `words` (the program first) with its standard output and error on
-// the returned stream; the child's id goes to `pid`.
-FILE* spawnReadingOutput(std::vector<std::string> words, pid_t& pid);
 
 }  // namespace dbitest
 
