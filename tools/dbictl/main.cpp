@@ -102,6 +102,22 @@ void dispatchUntilStopped(dbi::Notify& notify) {
     dispatcher.join();
 }
 
+// Runs `notify` on its own thread for as long as it lives.
+class RunningDispatcher {
+public:
+    explicit RunningDispatcher(dbi::Notify& notify) : notify(notify), thread(boost::ref(notify)) {}
+    ~RunningDispatcher() {
+        notify.stop();
+        thread.join();
+    }
+    RunningDispatcher(const RunningDispatcher&) = delete;
+    RunningDispatcher& operator=(const RunningDispatcher&) = delete;
+
+private:
+    dbi::Notify& notify;
+    boost::thread thread;
+};
+
 // --clock: the monotonic clock, which every process shares, in seconds with
 // microseconds, so that lines of two processes can be compared for timing.
 std::string clockNow() {
@@ -270,13 +286,19 @@ int send(const dbictl::Arguments& args) {
     if (timeout < 0) throw dbictl::UsageError("option '--timeout' must not be negative");
     applyWakeOption(args);
     openDatabase(args.database(), false);
+    // The dispatcher starts first, so that its set-up overlaps the sending,
+    // and stops after the answer is shown: the round trip is insert to answer.
+    dbi::CommandResponseHelper helper;
+    dbi::Notify notify;
+    helper.registerWithNotify(notify);
+    RunningDispatcher dispatcher(notify);
     std::cout << now() << "  sending operation " << command.m_operationId.getValue() << " from endpoint "
               << command.m_sourceId.getValue() << " to " << command.m_targetId.getValue() << std::endl;
     CommandResponse response;
     const auto start = boost::chrono::steady_clock::now();
     {
         WaitingDisplay display;
-        response = dbi::sendCommand(command, boost::posix_time::seconds(timeout));
+        response = helper.sendCommand(command, boost::posix_time::seconds(timeout));
     }
     const boost::chrono::duration<double, boost::milli> roundTrip = boost::chrono::steady_clock::now() - start;
     response = CommandResponse::get(response.m_id.getIntValue(), dbi::Transaction::getDefaultTransaction());
