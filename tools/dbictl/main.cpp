@@ -12,6 +12,7 @@
 #include <iostream>
 #include <sstream>
 
+#include <boost/thread/future.hpp>
 #include <boost/thread/thread.hpp>
 #include <dbi/dbi.h>
 
@@ -46,8 +47,9 @@ bool isForeignFile(const std::string& path) {
     return std::string(header, sizeof header) != std::string("SQLite format 3\0", 16);
 }
 
-// Makes `path` the process's database; it must exist unless `create`.
-void openDatabase(const std::string& path, bool create) {
+// Makes `path` the process's database, without opening it yet; it must
+// exist unless `create`.
+void useDatabase(const std::string& path, bool create) {
     struct stat info {};
     if (!create && stat(path.c_str(), &info) != 0) throw std::runtime_error("no such database file: " + path);
     if (isForeignFile(path)) throw std::runtime_error("not an SQLite database: " + path);
@@ -56,8 +58,17 @@ void openDatabase(const std::string& path, bool create) {
     dbi::Configure::setOptions(path, mode);
     // Operators type arbitrary text (--arg "it's full"): values are bound.
     dbi::Configure::setBindValues(true);
-    // Fails here, with SQLite's text, when the file is not a database.
+}
+
+// Opens this thread's connection; fails here, with SQLite's text, when the
+// file is not a database.
+void checkDatabase() {
     dbi::Transaction::getDefaultTransaction().execStatement("SELECT count(*) FROM sqlite_master");
+}
+
+void openDatabase(const std::string& path, bool create) {
+    useDatabase(path, create);
+    checkDatabase();
 }
 
 // Blocks until SIGINT or SIGTERM. Call blockStopSignals() before starting
@@ -102,19 +113,40 @@ void dispatchUntilStopped(dbi::Notify& notify) {
     dispatcher.join();
 }
 
-// Runs `notify` on its own thread for as long as it lives.
+// Runs `notify` on its own thread for as long as it lives. The thread opens
+// its connection at once (reading the schema takes about a millisecond),
+// while the caller registers the listeners; it dispatches after start().
 class RunningDispatcher {
 public:
-    explicit RunningDispatcher(dbi::Notify& notify) : notify(notify), thread(boost::ref(notify)) {}
+    explicit RunningDispatcher(dbi::Notify& notify)
+        : notify(notify), registered(go.get_future()), thread([this] { openThenRun(); }) {}
     ~RunningDispatcher() {
         notify.stop();
+        start();
         thread.join();
     }
     RunningDispatcher(const RunningDispatcher&) = delete;
     RunningDispatcher& operator=(const RunningDispatcher&) = delete;
 
+    void start() {
+        if (!started.exchange(true)) go.set_value();
+    }
+
 private:
+    void openThenRun() {
+        try {
+            dbi::DBManager::getConnection();
+        } catch (const dbi::DBIBaseException&) {
+            // The caller's own opening reports it.
+        }
+        registered.wait();
+        notify.run();
+    }
+
     dbi::Notify& notify;
+    boost::promise<void> go;
+    boost::unique_future<void> registered;
+    std::atomic<bool> started{false};
     boost::thread thread;
 };
 
@@ -285,13 +317,15 @@ int send(const dbictl::Arguments& args) {
     const int timeout = args.integer("timeout", 60);
     if (timeout < 0) throw dbictl::UsageError("option '--timeout' must not be negative");
     applyWakeOption(args);
-    openDatabase(args.database(), false);
-    // The dispatcher starts first, so that its set-up overlaps the sending,
-    // and stops after the answer is shown: the round trip is insert to answer.
+    useDatabase(args.database(), false);
+    // The dispatcher's connection opens beside this thread's, and it stops
+    // after the answer is shown: the round trip is insert to answer.
     dbi::CommandResponseHelper helper;
     dbi::Notify notify;
-    helper.registerWithNotify(notify);
     RunningDispatcher dispatcher(notify);
+    checkDatabase();
+    helper.registerWithNotify(notify);
+    dispatcher.start();
     std::cout << now() << "  sending operation " << command.m_operationId.getValue() << " from endpoint "
               << command.m_sourceId.getValue() << " to " << command.m_targetId.getValue() << std::endl;
     CommandResponse response;
