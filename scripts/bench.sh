@@ -87,17 +87,18 @@ table() {  # workload rows
   done
 }
 
-bound_target() {  # label workload rows base-key base-name target
-  local cg_rows=$CG_ROWS
+# One target: the contender's instructions per row (N = CG_ROWS) divided by the
+# base's, at most `max`; the timed ratio (N = 10000) stands beside it.
+target_row() {  # label contender workload base-key base-name max
   local ms base_ms ins base_ins t i verdict
-  ms=$(value "$OUT/timed.txt" "$2" "$3" dbi-bound 4)
-  base_ms=$(value "$OUT/timed.txt" "$2" "$3" "$4" 4)
-  ins=$(value "$OUT/instructions.txt" "$2" "$cg_rows" dbi-bound 4)
-  base_ins=$(value "$OUT/instructions.txt" "$2" "$cg_rows" "$4" 4)
+  ms=$(value "$OUT/timed.txt" "$3" 10000 "$2" 4)
+  base_ms=$(value "$OUT/timed.txt" "$3" 10000 "$4" 4)
+  ins=$(value "$OUT/instructions.txt" "$3" "$CG_ROWS" "$2" 4)
+  base_ins=$(value "$OUT/instructions.txt" "$3" "$CG_ROWS" "$4" 4)
   t=$(ratio "$ms" "$base_ms")
   i=$(ratio "$ins" "$base_ins")
-  verdict=$(awk -v t="$t" -v i="$i" -v max="$6" 'BEGIN { print (t != "-" && i != "-" && t <= max && i <= max) ? "met" : "not met" }')
-  echo "| $1 | $5 | $6 | $t | $i | $verdict |"
+  verdict=$(awk -v i="$i" -v max="$6" 'BEGIN { print (i != "-" && i <= max) ? "met" : "not met" }')
+  echo "| $1 | $5 | $6 | $i | $t | $verdict |"
 }
 
 echo "==> chart"
@@ -168,17 +169,22 @@ echo "==> $REPORT"
   echo
   table update 10000
   echo
-  echo "### Bound values against prepared statements"
+  echo "### Targets: dbi against a hand-written prepared loop and against SQLite running its texts"
   echo
-  echo "dbi with \`Configure::setBindValues(true)\` divided by the contender it should come close to, from the"
-  echo "tables above (time at N = 10000, instructions at N = $CG_ROWS)."
+  echo "Instructions per row (N = $CG_ROWS) of dbi divided by those of the contender it is held to; the"
+  echo "ratio of the timed medians at N = 10000 stands beside it. A target is met on instructions."
   echo
-  echo "| workload | against | target | time | instructions | |"
+  echo "| workload | against | target | instructions | time | |"
   echo "|---|---|---:|---:|---:|---|"
-  bound_target "insert in one transaction" insert 10000 sqlitecpp SQLiteCpp 1.3
-  bound_target "get by id" get 10000 prepared "one prepared statement" 1.5
-  bound_target "update one column" update 10000 prepared "one prepared statement" 1.3
-  bound_target "select all" select_all 10000 sqlitecpp SQLiteCpp 1.5
+  prepared_name="one prepared statement"
+  target_row "insert in one transaction, bound values" dbi-bound insert prepared "$prepared_name" 1.15
+  target_row "select all, bound values" dbi-bound select_all prepared "$prepared_name" 1.15
+  target_row "get by id, bound values" dbi-bound get prepared "$prepared_name" 1.15
+  target_row "update one column, bound values" dbi-bound update prepared "$prepared_name" 1.15
+  target_row "select all, text mode" dbi select_all prepared "$prepared_name" 1.3
+  target_row "insert in one transaction, text mode" dbi insert replay "SQLite running the texts" 1.10
+  target_row "get by id, text mode" dbi get replay "SQLite running the texts" 1.10
+  target_row "update one column, text mode" dbi update replay "SQLite running the texts" 1.10
   echo
   echo "### Notify's poll (dbi only)"
   echo
