@@ -2,18 +2,11 @@
 #include <sys/stat.h>
 
 #include <boost/thread/thread.hpp>
-#include <cstdlib>
 #include <fstream>
 
 #include "support/TestDatabase.h"
 
-using dbitest::TestDatabase;
-
-namespace {
-
-class Connection : public TestDatabase {};
-
-}  // namespace
+using Connection = dbitest::TestDatabase;
 
 // Set up once per thread, in WAL mode with foreign keys, its files made
 // under a cleared umask that is restored after; later options do not move
@@ -77,15 +70,4 @@ TEST_F(Connection, busySetUpIsBusyAndRetriedByStatements) {
     releaser.join();
     sqlite3_close(holder);
     EXPECT_EQ("wal", scalar("PRAGMA journal_mode"));
-}
-
-// The schema file loads with the shell, then again through the library.
-TEST_F(Connection, schemaFileLoadsWithTheShellAndAgainThroughTheLibrary) {
-    const std::string command = "sqlite3 '" + path + "' < '" DBI_SCHEMA_FILE "'";
-    ASSERT_EQ(0, std::system(command.c_str()));
-    dbi::Configure::setOptions(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX);
-    EXPECT_EQ("0|4", scalar("SELECT (SELECT count(*) FROM library_event) || '|' || count(*) FROM library_crstate"));
-    loadSchema();
-    EXPECT_EQ("32", scalar("SELECT count(*) FROM sqlite_master WHERE type = 'table' AND name NOT LIKE 'sqlite%'"));
-    EXPECT_EQ(0, exec("PRAGMA foreign_key_check").get<1>());
 }

@@ -35,7 +35,7 @@ protected:
 };
 
 // Inputs that once broke something.
-class BadInput : public BoundStatement {};
+using BadInput = BoundStatement;
 
 }  // namespace
 
@@ -45,29 +45,26 @@ TEST_P(Statement, resultsAndFailuresMatchSqliteGetTable) {
     exec("INSERT INTO t VALUES (-9223372036854775808, 'x'), (9223372036854775807, NULL), (0, ''), "
          "(2.5, x''), (1e300, x'41'), (-0.1, 'caf\xc3\xa9'), (NULL, 7)");
     sqlite3* db = DBManager::getConnection().get();
-    const struct {
-        std::string sql;
-        bool several;
-    } texts[] = {{"SELECT a, b AS renamed FROM t ORDER BY rowid", false},
-                 {"SELECT a FROM t WHERE a > 5e300", false},
-                 {"SELECT nothing FROM t", false},
-                 {"SELECT a, b FROM t WHERE a = 0; SELECT b, a FROM t WHERE a > 1", true},
-                 {"SELECT a FROM t WHERE a > 5e300; SELECT b FROM t", true},
-                 {"SELECT a FROM t; SELECT a, b FROM t", true},
-                 {"PRAGMA empty_result_callbacks = 1", false},
-                 {"SELECT a FROM t WHERE a > 5e300; SELECT a, b FROM t WHERE a = 0", true}};
-    for (const auto& text : texts) {
-        SCOPED_TRACE(text.sql);
-        if (bound() && text.several) {
-            EXPECT_THROW(run(text.sql), dbi::DBIException<dbiresult::DBI_SQL_ERROR>);
+    const std::string texts[] = {"SELECT a, b AS renamed FROM t ORDER BY rowid",
+                                 "SELECT a FROM t WHERE a > 5e300",
+                                 "SELECT nothing FROM t",
+                                 "SELECT a, b FROM t WHERE a = 0; SELECT b, a FROM t WHERE a > 1",
+                                 "SELECT a FROM t WHERE a > 5e300; SELECT b FROM t",
+                                 "SELECT a FROM t; SELECT a, b FROM t",
+                                 "PRAGMA empty_result_callbacks = 1",
+                                 "SELECT a FROM t WHERE a > 5e300; SELECT a, b FROM t WHERE a = 0"};
+    for (const std::string& sql : texts) {
+        SCOPED_TRACE(sql);
+        if (bound() && sql.find(';') != std::string::npos) {
+            EXPECT_THROW(run(sql), dbi::DBIException<dbiresult::DBI_SQL_ERROR>);
             continue;
         }
         char** expected = nullptr;
         int rows = -1, columns = -1;
-        const int rc = sqlite3_get_table(db, text.sql.c_str(), &expected, &rows, &columns, nullptr);
+        const int rc = sqlite3_get_table(db, sql.c_str(), &expected, &rows, &columns, nullptr);
         const std::string expectedError = rc == SQLITE_OK ? "" : sqlite3_errmsg(db);
         try {
-            ResultTuple result = run(text.sql);
+            ResultTuple result = run(sql);
             ASSERT_EQ(SQLITE_OK, rc);
             ASSERT_EQ(rows, result.get<1>());
             ASSERT_EQ(columns, result.get<2>());
@@ -167,9 +164,6 @@ TEST_F(BoundStatement, resultOutlivesTheStatementsNextUseAndFailuresKeepItReady)
     ResultTuple second = run("SELECT b FROM t WHERE a = ?", {BoundValue::integer(2)});
     EXPECT_STREQ("first", first.get<0>().get()[1]);
     EXPECT_STREQ("second", second.get<0>().get()[1]);
-    const dbitest::Failure missing = dbitest::failureOf([&] { run("INSERT INTO missing VALUES (?)", {}); });
-    EXPECT_EQ(dbiresult::DBI_SQL_ERROR, missing.code);
-    EXPECT_EQ("INSERT INTO missing VALUES (?) no such table: missing", missing.message);
     EXPECT_EQ(dbiresult::DBI_MISUSE,
               dbitest::failureOf([&] { run("INSERT INTO t VALUES (?, ?)", {BoundValue::integer(1)}); }).code);
     run("INSERT INTO t VALUES (?, ?)", {BoundValue::integer(3), BoundValue()});

@@ -1,7 +1,6 @@
 #include <boost/date_time/posix_time/posix_time.hpp>
 #include <boost/thread/thread.hpp>
 #include <functional>
-#include <regex>
 
 #include "support/Records.h"
 #include "support/TestDatabase.h"
@@ -47,15 +46,6 @@ TEST_P(Records, everyFieldKindSurvivesTheRoundTripAndIsStoredAlikeInBothModes) {
     }
     Gadget fetched = Gadget::get(gadget.m_id.getIntValue(), autocommit());
     EXPECT_EQ(gadget, fetched);
-    EXPECT_EQ(9000000000LL, fetched.m_serial.getIntValue());
-    EXPECT_TRUE(fetched.m_enabled.getBoolValue());
-    EXPECT_EQ(boost::posix_time::time_from_string("2012-03-04 05:06:07"),
-              static_cast<boost::posix_time::ptime>(fetched.m_seenAt));
-    ASSERT_EQ(4u, fetched.m_payload.getLength());
-    EXPECT_EQ(255, fetched.m_payload.getBytes()[2]);
-    ASSERT_EQ(2u, fetched.m_readings.size());
-    EXPECT_EQ(70, static_cast<boost::shared_array<short>>(fetched.m_readings)[1]);
-    EXPECT_EQ(1, fetched.m_ownerId.getIntValue());
 
     fetched.m_count = std::string("007");  // an integer text SQL reads as 7
     fetched.m_enabled = false;
@@ -204,29 +194,7 @@ TEST_P(Records, nulBytesAndFiveMegabyteTextsAreStoredWholeOrRefusedButNeverCut) 
     }
 }
 
-TEST_P(Records, getFindsOneRowOrThrowsNotFoundWithTheCountAndFreeGetSaysFalse) {
-    exec("INSERT INTO test_owner VALUES (2, 'bob'), (3, 'bob')");
-    EXPECT_EQ("ann", Owner::getByName("ann", autocommit()).m_name.getValue());
-    for (const std::string& name : {std::string("bob"), std::string("carl")}) {
-        const dbitest::Failure failure = dbitest::failureOf([&] { Owner::getByName(name, autocommit()); });
-        EXPECT_EQ(dbiresult::DBI_NOT_FOUND, failure.code);
-        EXPECT_TRUE(std::regex_match(failure.message,
-                                     std::regex("Query: \\| SELECT .* FROM test_owner WHERE test_owner.name = " +
-                                                (bound() ? "\\?" : "'" + name + "'") + " +\\| returned \\[" +
-                                                (name == "bob" ? "2" : "0") + "\\] records\\.")))
-            << failure.message;
-    }
-    Owner owner("keep");
-    EXPECT_FALSE(dbi::get(99, owner, autocommit()));
-    EXPECT_EQ("keep", owner.m_name.getValue());
-    EXPECT_TRUE(dbi::get(1, owner, autocommit()));
-    EXPECT_EQ("ann", owner.m_name.getValue());
-    exec("DROP TABLE test_gadget");
-    Gadget gadget;
-    EXPECT_THROW(dbi::get(1, gadget, autocommit()), dbi::DBIException<dbiresult::DBI_SQL_ERROR>);
-}
-
-TEST_P(Records, queriesFillRecordsByColumnNameAndLeaveThemUnmodified) {
+TEST_P(Records, queriesAndFreeGetFillRecordsByColumnNameAndLeaveThemUnmodified) {
     exec("INSERT INTO test_owner VALUES (2, 'bob'), (3, NULL)");
     std::vector<Owner> owners;
     dbi::Query<Owner>().orderBy(Owner::id).execute(owners, autocommit());
@@ -246,6 +214,15 @@ TEST_P(Records, queriesFillRecordsByColumnNameAndLeaveThemUnmodified) {
     owners.clear();
     dbi::Query<Owner>().orderBy(Owner::id).setDescending(true).setLimit(1).setOffset(1).execute(owners, autocommit());
     EXPECT_EQ("2", owners.at(0).m_id.getValue());
+    // The free get fills a record only when it finds the row.
+    Owner owner("keep");
+    EXPECT_FALSE(dbi::get(99, owner, autocommit()));
+    EXPECT_EQ("keep", owner.m_name.getValue());
+    EXPECT_TRUE(dbi::get(1, owner, autocommit()));
+    EXPECT_EQ("ann", owner.m_name.getValue());
+    exec("DROP TABLE test_gadget");
+    Gadget gadget;
+    EXPECT_THROW(dbi::get(1, gadget, autocommit()), dbi::DBIException<dbiresult::DBI_SQL_ERROR>);
 }
 
 TEST(Record, fieldMapIsBuiltOnceUnderConcurrentFirstUse) {
