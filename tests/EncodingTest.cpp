@@ -3,7 +3,6 @@
 #include <openssl/evp.h>
 
 #include <climits>
-#include <cstring>
 #include <memory>
 #include <random>
 
@@ -45,19 +44,7 @@ TEST(Base64, encodesEveryInputAsTheOpenSslFilterDoesAndDecodesItBack) {
     }
 }
 
-TEST(Base64, malformedTextDecodesLenientlyWithinItsLength) {
-    for (const char* text : {"", "!!!!", "QUJD\n====\n", "Q", "\n\n\n", "QUJD$$$$RUZH\n"}) {
-        unsigned int length = 99;
-        const boost::shared_array<unsigned char> bytes = dbi::base64_dec(text, length);
-        EXPECT_LE(length, std::strlen(text)) << text;
-        EXPECT_EQ('\0', bytes[length]) << text;
-    }
-}
-
-TEST(NumberArrays, joinWithCommasAndReadBracedBareOrBrokenListsNarrowingSilently) {
-    EXPECT_EQ("", dbi::convertNumberArrayToString<int>({}));
-    EXPECT_EQ("1,-2,3", dbi::convertNumberArrayToString<int>({1, -2, 3}));
-    EXPECT_EQ("9000000000", dbi::convertNumberArrayToString<long long>({9000000000LL}));
+TEST(NumberArrays, readBracedBareOrBrokenListsNarrowingSilently) {
     const struct {
         const char* text;
         std::vector<long long> numbers;

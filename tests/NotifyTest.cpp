@@ -7,7 +7,6 @@
 
 #include <boost/algorithm/string/join.hpp>
 #include <boost/chrono.hpp>
-#include <boost/lexical_cast.hpp>
 #include <climits>
 #include <cstring>
 #include <functional>
@@ -227,23 +226,6 @@ TEST_F(NotifyTest, deliversRowsAfterTheFirstListenerPast32BitIdsAndTheBatchAgain
     ASSERT_TRUE(inbox.waitFor(3, 25));
     EXPECT_EQ((Texts{second, second, third}), inbox.texts());
     EXPECT_EQ(Texts{"Caught an exception in a DBNotify thread: listener failed"}, reports.texts());
-}
-
-TEST_F(NotifyTest, onlyTheChangeFromAcceptedToCompletedIsEmitted) {
-    CommandResponse stored = command(CROperation::INVENTORY);
-    stored.m_stateId.setIntValue(dbi::library::CRState::NEW);
-    stored.save(dbi::Transaction::getDefaultTransaction(), false);
-    const int id = stored.m_id.getIntValue();
-    dbi::CommandSignal commands;
-    commands.connect([&](const CommandResponse& r) { inbox.add(r.m_id.getValue()); });
-    dbi::commandUpdated(commands, id, "1", "2");
-    dbi::commandUpdated(commands, id, "2", "4");
-    dbi::commandUpdated(commands, 999, "2", "3");
-    dbi::commandUpdated(commands, id, "2", "3");
-    dbi::commandIn(commands, id);
-    dbi::commandIn(commands, 999);
-    EXPECT_EQ((Texts{stored.m_id.getValue(), stored.m_id.getValue()}), inbox.texts());
-    EXPECT_THROW(dbi::commandUpdated(commands, id, "", "3"), boost::bad_lexical_cast);
 }
 
 // A command nobody accepts times out after the acceptance wait; one

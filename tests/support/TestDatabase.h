@@ -65,7 +65,6 @@ public:
     StatementTrace();
     ~StatementTrace();
     const Statements& statements() const { return seen; }
-    void clear() { seen.clear(); }
     int count(const std::string& sql) const;
 
 private:
