@@ -112,14 +112,13 @@ TEST_F(Backup, holdsEveryTransactionCommittedBeforeItAndNoneInPartWhileTwoProces
     std::vector<std::unique_ptr<dbitest::ChildProcess>> writers;
     for (const std::string writer : {"0", "1"}) {
         writers.push_back(std::make_unique<dbitest::ChildProcess>([&](dbitest::ChildProcess&) {
-            sqlite3* db = nullptr;
-            sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE, nullptr);
-            sqlite3_busy_timeout(db, 30000);
+            const dbitest::OtherConnection db = openOther();
+            sqlite3_busy_timeout(db.get(), 30000);
             for (int sequence = 1;; ++sequence) {
                 const std::string values = writer + ", " + std::to_string(sequence);
                 const std::string sql = "BEGIN IMMEDIATE; INSERT INTO first_half VALUES (" + values +
                                         "); INSERT INTO second_half VALUES (" + values + ", randomblob(2000)); COMMIT;";
-                if (sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) _exit(1);
+                if (sqlite3_exec(db.get(), sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) _exit(1);
             }
         }));
     }
