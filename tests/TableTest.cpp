@@ -25,14 +25,10 @@ protected:
 };
 DBITEST_IN_BOTH_MODES(Records);
 
-Gadget sampleGadget() {
-    return Gadget("probe", -3, 9000000000LL, true, "2012-03-04 05:06:07", {0, 1, 255, 10}, {-1, 70}, 1);
-}
-
 }  // namespace
 
 TEST_P(Records, everyFieldKindSurvivesTheRoundTripAndIsStoredAlikeInBothModes) {
-    Gadget gadget = sampleGadget();
+    Gadget gadget("probe", -3, 9000000000LL, true, "2012-03-04 05:06:07", {0, 1, 255, 10}, {-1, 70}, 1);
     if (bound()) {
         gadget.save(autocommit(), false);
     } else {
