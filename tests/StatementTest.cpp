@@ -26,12 +26,6 @@ protected:
         TestDatabase::SetUp();
         exec("CREATE TABLE t (a integer, b text)");
     }
-
-    ResultTuple run(const std::string& sql, const dbi::BoundValues& values) {
-        ResultTuple result;
-        DBManager::execStatement(sql, values, result, false);
-        return result;
-    }
 };
 
 // Inputs that once broke something.
@@ -151,15 +145,15 @@ TEST_P(Statement, lastRowIdIsDecimalTextOfTheLastInsertBeyond32Bits) {
 }
 
 TEST_F(BoundStatement, resultOutlivesTheStatementsNextUseAndFailuresKeepItReady) {
-    run("INSERT INTO t VALUES (?, ?)", {BoundValue::integer(1), BoundValue::text("first")});
-    run("INSERT INTO t VALUES (?, ?)", {BoundValue::integer(2), BoundValue::text("second")});
-    ResultTuple first = run("SELECT b FROM t WHERE a = ?", {BoundValue::integer(1)});
-    ResultTuple second = run("SELECT b FROM t WHERE a = ?", {BoundValue::integer(2)});
+    exec("INSERT INTO t VALUES (?, ?)", {BoundValue::integer(1), BoundValue::text("first")});
+    exec("INSERT INTO t VALUES (?, ?)", {BoundValue::integer(2), BoundValue::text("second")});
+    ResultTuple first = exec("SELECT b FROM t WHERE a = ?", {BoundValue::integer(1)});
+    ResultTuple second = exec("SELECT b FROM t WHERE a = ?", {BoundValue::integer(2)});
     EXPECT_STREQ("first", first.get<0>().get()[1]);
     EXPECT_STREQ("second", second.get<0>().get()[1]);
     EXPECT_EQ(dbiresult::DBI_MISUSE,
-              dbitest::failureOf([&] { run("INSERT INTO t VALUES (?, ?)", {BoundValue::integer(1)}); }).code);
-    run("INSERT INTO t VALUES (?, ?)", {BoundValue::integer(3), BoundValue()});
+              dbitest::failureOf([&] { exec("INSERT INTO t VALUES (?, ?)", {BoundValue::integer(1)}); }).code);
+    exec("INSERT INTO t VALUES (?, ?)", {BoundValue::integer(3), BoundValue()});
     EXPECT_EQ("1", scalar("SELECT count(*) FROM t WHERE a = 3 AND b IS NULL"));
 }
 
@@ -171,20 +165,20 @@ TEST_F(BoundStatement, cacheIsBoundedReusesStatementsAndIsFinalizedOnSwapAndThre
         for (sqlite3_stmt* s = sqlite3_next_stmt(connection, nullptr); s; s = sqlite3_next_stmt(connection, s)) ++count;
         return count;
     };
-    for (int i = 0; i < 100; ++i) run("SELECT a FROM t WHERE a = ? + " + std::to_string(i), {BoundValue::integer(i)});
+    for (int i = 0; i < 100; ++i) exec("SELECT a FROM t WHERE a = ? + " + std::to_string(i), {BoundValue::integer(i)});
     const int cached = openStatements(DBManager::getConnection().get());
     EXPECT_GT(cached, 0);
     EXPECT_LT(cached, 100);
-    run("SELECT a FROM t WHERE a = ? + 99", {BoundValue::integer(1)});
+    exec("SELECT a FROM t WHERE a = ? + 99", {BoundValue::integer(1)});
     EXPECT_EQ(cached, openStatements(DBManager::getConnection().get()));
     boost::shared_ptr<sqlite3> held = DBManager::swapConnection(boost::shared_ptr<sqlite3>());
     EXPECT_EQ(nullptr, sqlite3_next_stmt(held.get(), nullptr));
     // A swapped-in connection gets statements of its own.
     DBManager::swapConnection(held);
-    run("SELECT a FROM t WHERE a = ?", {BoundValue::integer(1)});
+    exec("SELECT a FROM t WHERE a = ?", {BoundValue::integer(1)});
     EXPECT_NE(nullptr, sqlite3_next_stmt(held.get(), nullptr));
     boost::thread worker([&] {
-        run("INSERT INTO t VALUES (?, ?)", {BoundValue::integer(5), BoundValue::text("w")});
+        exec("INSERT INTO t VALUES (?, ?)", {BoundValue::integer(5), BoundValue::text("w")});
         held = DBManager::getConnection();
     });
     worker.join();
@@ -222,11 +216,9 @@ TEST_F(BadInput, boundTextsWithASecondStatementAreRefusedWhole) {
     const std::string refused[] = {std::string(nul, sizeof nul - 1), "UPDATE t SET a = 9 WHERE a = ?; DELETE FROM t",
                                    "UPDATE t SET a = 9 WHERE a = ?; garbage"};
     for (const std::string& text : refused)
-        EXPECT_THROW(autocommit().execStatement(text, {dbi::BoundValue::integer(1)}),
-                     dbi::DBIException<dbiresult::DBI_SQL_ERROR>)
-            << text;
-    autocommit().execStatement("INSERT INTO t (a) VALUES (?); -- a comment\n ;  ", {dbi::BoundValue::integer(2)});
-    EXPECT_EQ(0, autocommit().execStatement(" -- nothing to run", dbi::BoundValues()).get<1>());
+        EXPECT_THROW(exec(text, {dbi::BoundValue::integer(1)}), dbi::DBIException<dbiresult::DBI_SQL_ERROR>) << text;
+    exec("INSERT INTO t (a) VALUES (?); -- a comment\n ;  ", {dbi::BoundValue::integer(2)});
+    EXPECT_EQ(0, exec(" -- nothing to run", dbi::BoundValues()).get<1>());
     EXPECT_EQ("1,2", outside("SELECT group_concat(a) FROM t"));
 }
 

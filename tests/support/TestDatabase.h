@@ -26,6 +26,9 @@ protected:
 
     // Runs SQL on this thread's connection through the default transaction.
     dbi::ResultTuple exec(const std::string& sql);
+    dbi::ResultTuple exec(const std::string& sql, const dbi::BoundValues& values) {
+        return autocommit().execStatement(sql, values);
+    }
     // Loads the project's schema file.
     void loadSchema();
     // The single value of a one-row, one-column query.
