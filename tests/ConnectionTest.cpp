@@ -2,18 +2,11 @@
 #include <sys/stat.h>
 
 #include <boost/thread/thread.hpp>
-#include <cstdlib>
 #include <fstream>
 
 #include "support/TestDatabase.h"
 
-using dbitest::TestDatabase;
-
-namespace {
-
-class Connection : public TestDatabase {};
-
-}  // namespace
+using Connection = dbitest::TestDatabase;
 
 // Set up once per thread, in WAL mode with foreign keys, its files made
 // under a cleared umask that is restored after; later options do not move
@@ -26,7 +19,6 @@ TEST_F(Connection, isOnePerThreadSetUpOnceAndKeepsItsFile) {
     struct stat info {};
     ASSERT_EQ(0, stat((path + "-wal").c_str(), &info));
     EXPECT_EQ(0644u, info.st_mode & 0777);
-    EXPECT_EQ(first, dbi::DBManager::getConnection().get());
     sqlite3* ofAnotherThread = nullptr;
     boost::thread([&] { ofAnotherThread = dbi::DBManager::getConnection().get(); }).join();
     EXPECT_NE(first, ofAnotherThread);
@@ -37,31 +29,28 @@ TEST_F(Connection, isOnePerThreadSetUpOnceAndKeepsItsFile) {
     EXPECT_EQ(path, sqlite3_db_filename(first, "main"));
 }
 
-TEST_F(Connection, openFailuresCarrySqlitesReasonAndAreTriedAgainLater) {
-    const std::string expected[][2] = {{directory + "/absent.db", "unable to open database file"},
-                                       {directory + "/garbage.db", "file is not a database"}};
+// Set-up failures carry SQLite's reason: a missing file, one that is not
+// a database, and one still in rollback-journal mode that another
+// connection holds exclusively, so that switching it to WAL meets the lock.
+TEST_F(Connection, setUpFailuresCarrySqlitesReasonAndAreTriedAgainLater) {
     std::ofstream(directory + "/garbage.db") << std::string(4096, 'x');
-    for (const auto& file : expected) {
-        dbi::Configure::setOptions(file[0], SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX);
-        const dbitest::Failure open = dbitest::failureOf([] { dbi::DBManager::getConnection(); });
-        EXPECT_EQ(dbiresult::DBI_STORAGE_ERROR, open.code);
-        EXPECT_EQ(file[1], open.message);
-    }
-    dbi::Configure::setOptions(directory + "/absent.db",
-                               SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX);
-    EXPECT_TRUE(dbi::DBManager::getConnection());
-}
-
-TEST_F(Connection, busySetUpIsBusyAndRetriedByStatements) {
-    // A file still in rollback-journal mode, exclusively locked by another
-    // connection: switching it to WAL meets the lock.
     sqlite3* holder = nullptr;
     ASSERT_EQ(SQLITE_OK, sqlite3_open(path.c_str(), &holder));
     ASSERT_EQ(SQLITE_OK, sqlite3_exec(holder, "CREATE TABLE t (a); BEGIN EXCLUSIVE; INSERT INTO t VALUES (1)", nullptr,
                                       nullptr, nullptr));
-    const dbitest::Failure open = dbitest::failureOf([] { dbi::DBManager::getConnection(); });
-    EXPECT_EQ(dbiresult::DBI_BUSY, open.code);
-    EXPECT_EQ("database is locked", open.message);
+    const struct {
+        std::string file;
+        int code;
+        const char* message;
+    } failures[] = {{directory + "/absent.db", dbiresult::DBI_STORAGE_ERROR, "unable to open database file"},
+                    {directory + "/garbage.db", dbiresult::DBI_STORAGE_ERROR, "file is not a database"},
+                    {path, dbiresult::DBI_BUSY, "database is locked"}};
+    for (const auto& failure : failures) {
+        dbi::Configure::setOptions(failure.file, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX);
+        const dbitest::Failure open = dbitest::failureOf([] { dbi::DBManager::getConnection(); });
+        EXPECT_EQ(failure.code, open.code) << failure.file;
+        EXPECT_EQ(failure.message, open.message);
+    }
     // Under a lock held throughout, a statement reports busy after its five
     // tries (pauses of 0, 1, 2 and 3 s), each set-up waiting only briefly.
     const auto start = boost::chrono::steady_clock::now();
@@ -77,15 +66,4 @@ TEST_F(Connection, busySetUpIsBusyAndRetriedByStatements) {
     releaser.join();
     sqlite3_close(holder);
     EXPECT_EQ("wal", scalar("PRAGMA journal_mode"));
-}
-
-// The schema file loads with the shell, then again through the library.
-TEST_F(Connection, schemaFileLoadsWithTheShellAndAgainThroughTheLibrary) {
-    const std::string command = "sqlite3 '" + path + "' < '" DBI_SCHEMA_FILE "'";
-    ASSERT_EQ(0, std::system(command.c_str()));
-    dbi::Configure::setOptions(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX);
-    EXPECT_EQ("0|4", scalar("SELECT (SELECT count(*) FROM library_event) || '|' || count(*) FROM library_crstate"));
-    loadSchema();
-    EXPECT_EQ("32", scalar("SELECT count(*) FROM sqlite_master WHERE type = 'table' AND name NOT LIKE 'sqlite%'"));
-    EXPECT_EQ(0, exec("PRAGMA foreign_key_check").get<1>());
 }

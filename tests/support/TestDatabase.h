@@ -26,6 +26,9 @@ protected:
 
     // Runs SQL on this thread's connection through the default transaction.
     dbi::ResultTuple exec(const std::string& sql);
+    dbi::ResultTuple exec(const std::string& sql, const dbi::BoundValues& values) {
+        return autocommit().execStatement(sql, values);
+    }
     // Loads the project's schema file.
     void loadSchema();
     // The single value of a one-row, one-column query.
@@ -65,7 +68,6 @@ public:
     StatementTrace();
     ~StatementTrace();
     const Statements& statements() const { return seen; }
-    void clear() { seen.clear(); }
     int count(const std::string& sql) const;
 
 private:
