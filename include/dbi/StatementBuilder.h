@@ -40,7 +40,7 @@ public:
         if (!bound || field.isBareInSql()) return;
         // An integer is converted now, so a value that cannot be bound stops
         // the statement before it runs.
-        if (field.bindsAsInteger()) return bind(BoundValue::of(field).getInteger());
+        if (field.bindsAsInteger()) return bind(BoundValue::integerOf(field));
         Value& value = add(Value::Text);
         value.text = field.getValue().data();
         value.length = field.getValue().size();
@@ -84,6 +84,9 @@ public:
     void run(Transaction& transaction, const std::string& sql, RowReader& reader) const;
     /// The same for a statement whose rows, if any, nobody reads.
     void run(Transaction& transaction, const std::string& sql) const;
+    /// Runs the INSERT `sql`; when `id` is unknown after it, stores the new
+    /// row's id there, as an assignment of its decimal text would.
+    void runInsert(Transaction& transaction, const std::string& sql, Field& id) const;
 
     int count() const override { return static_cast<int>(size); }
     int bindAll(sqlite3_stmt* statement) const override;

@@ -47,8 +47,11 @@ public:
         const Field* id = insert ? nullptr : &record.m_id;  // an update's last value
         if (id) statement.bind(*id);
         std::string text;
-        statement.run(transaction, writeText(statement, columns, id, text));
-        if (insert && record.m_id.isUnknown()) record.m_id = transaction.lastRowId();
+        const std::string& sql = writeText(statement, columns, id, text);
+        if (insert)
+            statement.runInsert(transaction, sql, record.m_id);
+        else
+            statement.run(transaction, sql);
     }
 
     /// save(transaction, true): a record carrying an id is inserted under that

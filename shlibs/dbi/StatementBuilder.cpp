@@ -3,6 +3,7 @@
 #include <sqlite3.h>
 
 #include <algorithm>
+#include <charconv>
 
 #include "dbi/BoundValue.h"
 #include "dbi/Configure.h"
@@ -18,6 +19,20 @@ namespace {
 struct NoRows : RowReader {
     void onRow(sqlite3_stmt*) override {}
     void onTry() override {}
+};
+
+// Notes the connection's last inserted row id after each statement, so the
+// id of an INSERT is known without asking the connection again.
+struct InsertedRow : RowReader {
+    void onRow(sqlite3_stmt*) override {}
+    void onNoRows(sqlite3_stmt* statement) override {
+        rowId = sqlite3_last_insert_rowid(sqlite3_db_handle(statement));
+        seen = true;
+    }
+    void onTry() override { seen = false; }
+
+    sqlite3_int64 rowId = 0;
+    bool seen = false;
 };
 
 }  // namespace
@@ -66,6 +81,19 @@ void StatementBuilder::run(Transaction& transaction, const std::string& sql) con
 
 // SQLite is called directly rather than through the base's helpers: this
 // runs for every value of every bound statement.
+void StatementBuilder::runInsert(Transaction& transaction, const std::string& sql, Field& id) const {
+    InsertedRow inserted;
+    run(transaction, sql, inserted);
+    if (!id.isUnknown()) return;
+    if (!inserted.seen) {
+        id = transaction.lastRowId();
+        return;
+    }
+    char digits[24];
+    const char* end = std::to_chars(digits, digits + sizeof digits, static_cast<long long>(inserted.rowId)).ptr;
+    id.assign(digits, static_cast<std::size_t>(end - digits));
+}
+
 int StatementBuilder::bindAll(sqlite3_stmt* statement) const {
     const auto bindOne = [&](const Value& value, std::size_t index) {
         const int position = static_cast<int>(index + 1);
