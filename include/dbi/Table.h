@@ -130,8 +130,8 @@ private:
         return columns;
     }
 
-    /// The INSERT writing `columns`, or without `id` the UPDATE of the row
-    /// with that id; `statement` took their values already. A text holding no
+    /// Without `id` the INSERT writing `columns`, with it the UPDATE of that
+    /// row; `statement` took their values already. A text holding no
     /// value depends only on which columns are written, so each thread keeps
     /// the few such texts it uses instead of building one per row; any other
     /// text is built into `built`.
