@@ -29,6 +29,9 @@ public:
     /// Throws DBIException<10> when an integer column holds anything but a
     /// decimal integer (nothing has run then).
     static BoundValue of(const Field& field);
+    /// The integer a field of an integer column binds as; DBIException<10>
+    /// as above when it holds anything but a decimal integer.
+    static long long integerOf(const Field& field);
 
     /// Which value this is.
     Kind getKind() const { return kind; }

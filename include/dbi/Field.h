@@ -60,18 +60,19 @@ public:
     /// modified nor stale. `column` must outlive the field; record classes
     /// pass a static.
     explicit Field(const FieldDescriptor& column)
-        : column(&column), value(DBI_UNKNOWN), modified(false), stale(false) {}
+        : column(&column), modified(false), stale(false), unknown(true) {}
     /// A field of a record class's column with an empty value, which the
     /// caller must store at once (RowReader::fill).
     Field(const FieldDescriptor& column, detail::Unfilled)
-        : column(&column), modified(false), stale(false) {}
+        : column(&column), modified(false), stale(false), unknown(false) {}
     /// A field outside a record class; the texts must be static strings.
     Field(const char* name, const char* sqlType, const char* prefix, const char* suffix);
     /// Copies everything but the stale flag: a copy is never stale.
     Field(const Field& other);
     /// Takes the value, flags included; `other` is left empty.
     Field(Field&& other) noexcept
-        : column(other.column), value(std::move(other.value)), modified(other.modified), stale(other.stale) {}
+        : column(other.column), value(std::move(other.value)), modified(other.modified), stale(other.stale),
+          unknown(std::exchange(other.unknown, false)) {}
     Field& operator=(const Field&) = delete;
 
     /// Changes the value; assigning the text already held changes nothing,
@@ -97,7 +98,7 @@ public:
     /// The column's type word (FieldKind::sqlType).
     const char* getSqlType() const { return column->kind->sqlType; }
     /// The value as SQL-ready text; DBI_UNKNOWN when never assigned or read.
-    const std::string& getValue() const { return value; }
+    const std::string& getValue() const { return unknown ? unknownText : value; }
     /// True once an assignment changed the value, until a load; copies keep it.
     /// Table::save() writes only the modified fields and leaves the flag set.
     bool isModified() const { return modified; }
@@ -105,10 +106,10 @@ public:
     /// loadSettled(), by copying, and when an array field decodes the text.
     bool isStale() const { return stale; }
     /// True while the value is DBI_UNKNOWN.
-    bool isUnknown() const { return value == DBI_UNKNOWN; }
+    bool isUnknown() const { return unknown; }
     /// The two markers go into SQL bare; every other value between the
     /// column's prefix and suffix.
-    bool isBareInSql() const { return value == DBI_UNKNOWN || value == CURRENT_TIMESTAMP; }
+    bool isBareInSql() const { return unknown || value == CURRENT_TIMESTAMP; }
     /// True for the integer kinds, written into SQL without prefix or suffix:
     /// bound-values mode binds them as integers.
     bool bindsAsInteger() const { return *getPrefix() == '\0' && *getSuffix() == '\0'; }
@@ -125,10 +126,17 @@ protected:
     void markDecoded() const { stale = false; }
 
 private:
+    friend class StatementBuilder;  // stores a new row's id (assign)
+
+    /// The text of DBI_UNKNOWN, which a field never assigned holds without a
+    /// copy of its own.
+    static const std::string unknownText;
+
     const FieldDescriptor* column;
-    std::string value;
+    std::string value;  // empty while `unknown`, never the marker's text
     bool modified;
     mutable bool stale;  // cleared by the array fields when they decode
+    bool unknown;        // never assigned or read: the value is DBI_UNKNOWN
 };
 
 /// An integer column, its value held as decimal text and written unquoted.

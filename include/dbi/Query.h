@@ -6,12 +6,11 @@
 #include <type_traits>
 #include <vector>
 
-#include "dbi/BoundValue.h"
 #include "dbi/Configure.h"
 #include "dbi/DBIException.h"
-#include "dbi/ParameterBinder.h"
 #include "dbi/Record.h"
 #include "dbi/RowReader.h"
+#include "dbi/StatementBuilder.h"
 #include "dbi/Transaction.h"
 
 namespace dbi {
@@ -54,19 +53,16 @@ public:
     template <class V>
     Query& compare(const std::string& column, const char* op, V value, const std::string& table) {
         std::string clause = " " + table + "." + column + " " + op + " ";
-        if constexpr (detail::isBoundInteger<V> || detail::isBoundText<V>) {
-            if (Configure::getBindValues()) {
-                if constexpr (detail::isBoundInteger<V>)
-                    parameters.push_back(BoundValue::integer(static_cast<long long>(value)));
-                else
-                    parameters.push_back(BoundValue::text(std::string(value)));
-                return addFilter(clause += "? ");
-            }
+        if constexpr (detail::isBoundInteger<V>) {
+            values.appendQuoted(clause, value);
+        } else if constexpr (detail::isBoundText<V>) {
+            values.appendQuoted(clause, std::string(value));
+        } else {
+            clause += '\'';
+            appendValue(clause, value);
+            clause += '\'';
         }
-        clause += '\'';
-        appendValue(clause, value);
-        clause += "' ";
-        return addFilter(clause);
+        return addFilter(clause += ' ');
     }
 
     /// Adds a condition text as it stands (it brings its own blanks).
@@ -236,36 +232,22 @@ private:
     }
 
     /// The row with that id (Table<T>::get). The text up to the value is built
-    /// once per class; with bound values the whole text is, and the id bound.
+    /// once per class and kept per thread; only the value and what follows it
+    /// are written for each call.
     static T getById(int id, Transaction& transaction) {
         static const std::string head =
             Query().getQuery(false) + " WHERE " + T::m_tableName + "." + T::id + " = ";
-        static const std::string bound = head + "? ";
+        thread_local std::string sql = head;
+        sql.resize(head.size());
+        StatementBuilder statement;
+        statement.appendQuoted(sql, id);
+        sql += ' ';
         T record{detail::Unfilled()};
         FirstRecordReader reader(record);
-        const std::string* sql = &bound;
-        std::string text;
-        if (Configure::getBindValues()) {
-            transaction.execStatement(bound, IdBinder(id), reader);
-        } else {
-            text = head + "'" + std::to_string(id) + "' ";
-            sql = &text;
-            transaction.execStatement(text, reader);
-        }
-        if (reader.rows != 1) throwNotFound(*sql, reader.rows);
+        statement.run(transaction, sql, reader);
+        if (reader.rows != 1) throwNotFound(sql, reader.rows);
         return record;
     }
-
-    /// Binds the one id of getById().
-    class IdBinder : public ParameterBinder {
-    public:
-        explicit IdBinder(long long id) : id(id) {}
-        int count() const override { return 1; }
-        int bindAll(sqlite3_stmt* statement) const override { return bindInteger(statement, 1, id); }
-
-    private:
-        long long id;
-    };
 
     /// The field of each column of T's own SELECT list, in its order.
     static const std::vector<const Accessor*>& ownFields() {
@@ -277,15 +259,11 @@ private:
         return fields;
     }
 
-    /// Runs `sql`, this query's text, reading the rows into `records`. The
-    /// statement is cached and its values bound when values are bound.
+    /// Runs `sql`, this query's text, reading the rows into `records`.
     template <class V>
     void run(const std::string& sql, V& records, Transaction& transaction) const {
         RecordReader<V> reader(records, groupItems.empty());
-        if (Configure::getBindValues() || !parameters.empty())
-            transaction.execStatement(sql, parameters, reader);
-        else
-            transaction.execStatement(sql, reader);
+        values.run(transaction, sql, reader);
     }
 
     /// The field accessor of the column named `heading` ("t.a" and "a"
@@ -389,7 +367,7 @@ private:
     bool descending = false;
     std::string joinTable;
     std::string joinAlias;
-    BoundValues parameters;  // values of the "?" in filters, in order
+    StatementBuilder values;  // the values of the filters, bound or written in
 };
 
 }  // namespace dbi

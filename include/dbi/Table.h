@@ -4,6 +4,7 @@
 #include <array>
 #include <bitset>
 #include <cstdlib>
+#include <cstring>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -38,21 +39,19 @@ public:
     void save(Transaction& transaction, bool create = false) {
         T& record = self();
         const FieldsToWrite columns = fieldsToWrite(record);
-        const bool bind = Configure::getBindValues();
+        StatementBuilder statement;
         // Taken before anything runs, so a value that cannot be bound writes nothing.
-        FieldBinder values;
-        if (bind) values.addAll(columns);
+        for (const auto& column : columns) statement.bind(*column.second);
         const bool insert = record.m_id.isUnknown() || (create && isMissing(record, transaction));
         if (columns.empty()) return;
-        NoRows noRows;
-        if (!bind) {
-            transaction.execStatement(
-                insert ? insertText(columns, false) : updateText(columns, record.m_id.getValue(), false), noRows);
-        } else {
-            if (!insert) values.add(record.m_id);
-            transaction.execStatement(boundText(columns, insert), values, noRows);
-        }
-        if (insert && record.m_id.isUnknown()) record.m_id = transaction.lastRowId();
+        const Field* id = insert ? nullptr : &record.m_id;  // an update's last value
+        if (id) statement.bind(*id);
+        std::string text;
+        const std::string& sql = writeText(statement, columns, id, text);
+        if (insert)
+            statement.runInsert(transaction, sql, record.m_id);
+        else
+            statement.run(transaction, sql);
     }
 
     /// save(transaction, true): a record carrying an id is inserted under that
@@ -62,15 +61,10 @@ public:
     /// Deletes the row with that id; a missing row is not an error. The id is
     /// bound in bound-values mode.
     static void deleteRow(int id, Transaction& transaction) {
-        std::ostringstream sql;
-        sql << "DELETE FROM " << T::m_tableName << " WHERE " << T::id << " = ";
-        if (Configure::getBindValues()) {
-            sql << "?";
-            transaction.execStatement(sql.str(), BoundValues{BoundValue::integer(id)});
-        } else {
-            sql << id;
-            transaction.execStatement(sql.str());
-        }
+        std::string sql = "DELETE FROM " + T::m_tableName + " WHERE " + T::id + " = ";
+        StatementBuilder statement;
+        statement.appendValue(sql, id);
+        statement.run(transaction, sql);
     }
 
     /// Deletes every row of the table.
@@ -136,78 +130,26 @@ private:
         return columns;
     }
 
-    /// The bound statement writing `columns`. With every value bound the text
-    /// depends only on which columns are written, so each thread keeps the
-    /// few texts it uses instead of building one per row.
-    static const std::string& boundText(const FieldsToWrite& columns, bool insert) {
-        thread_local std::string withMarkers;
-        if (columns.anyBare) return withMarkers = insert ? insertText(columns, true) : updateText(columns, "?", true);
+    /// Without `id` the INSERT writing `columns`, with it the UPDATE of that
+    /// row; `statement` took their values already. A text holding no
+    /// value depends only on which columns are written, so each thread keeps
+    /// the few such texts it uses instead of building one per row; any other
+    /// text is built into `built`.
+    static const std::string& writeText(const StatementBuilder& statement, const FieldsToWrite& columns,
+                                        const Field* id, std::string& built) {
+        if (!statement.bindsValues() || columns.anyBare || (id && id->isBareInSql()))
+            return built = buildText(statement, columns, id);
+        const bool insert = id == nullptr;
         using Cached = std::pair<std::bitset<T::columnCount>, std::string>;
         thread_local std::vector<Cached> texts[2];
         std::vector<Cached>& cache = texts[insert];
         for (const Cached& entry : cache)
             if (entry.first == columns.written) return entry.second;
         if (cache.size() == kCachedTexts) cache.erase(cache.begin());
-        cache.emplace_back(columns.written, insert ? insertText(columns, true) : updateText(columns, "?", true));
+        cache.emplace_back(columns.written, buildText(statement, columns, id));
         return cache.back().second;
     }
     static constexpr std::size_t kCachedTexts = 8;
-
-    /// Binds the written fields, in text order, straight from the record,
-    /// which stays unchanged while the statement runs. Integer columns are
-    /// checked and converted when added, before anything runs; the two
-    /// markers stay bare SQL and bind nothing.
-    class FieldBinder : public ParameterBinder {
-    public:
-        void addAll(const FieldsToWrite& columns) {
-            for (const auto& column : columns)
-                if (!column.second->isBareInSql()) add(*column.second);
-        }
-
-        void add(const Field& field) {
-            Value& value = values[size++];
-            value.field = &field;
-            value.integer = field.bindsAsInteger();
-            if (value.integer) value.number = BoundValue::of(field).getInteger();
-        }
-
-        int count() const override { return static_cast<int>(size); }
-
-        int bindAll(sqlite3_stmt* statement) const override {
-            for (std::size_t i = 0; i < size; ++i) {
-                const Value& value = values[i];
-                const std::string& text = value.field->getValue();
-                const int position = static_cast<int>(i + 1);
-                const int rc = value.integer ? bindInteger(statement, position, value.number)
-                                             : bindText(statement, position, text.data(), text.size());
-                if (rc != 0) return rc;  // anything but SQLITE_OK
-            }
-            return 0;
-        }
-
-    private:
-        struct Value {
-            const Field* field;
-            long long number;
-            bool integer;
-        };
-        std::array<Value, T::columnCount + 1> values;  // the columns and the id of an update
-        std::size_t size = 0;
-    };
-
-    /// Writes return no rows; nothing is collected.
-    struct NoRows : RowReader {
-        void onRow(sqlite3_stmt*) override {}
-        void onTry() override {}
-    };
-
-    /// A field's value as SQL: written in place, or "?" when it is bound.
-    static void appendValue(std::string& sql, const Field& field, bool bind) {
-        if (bind && !field.isBareInSql())
-            sql += '?';
-        else
-            field.appendSqlValue(sql);
-    }
 
     static bool isMissing(const T& record, Transaction& transaction) {
         try {
@@ -218,36 +160,37 @@ private:
         }
     }
 
-    static std::string insertText(const FieldsToWrite& columns, bool bind) {
+    static std::string buildText(const StatementBuilder& statement, const FieldsToWrite& columns, const Field* id) {
+        return id ? updateText(statement, columns, *id) : insertText(statement, columns);
+    }
+
+    // Texts are appended with their lengths: these run for every row written
+    // in text mode.
+    static std::string insertText(const StatementBuilder& statement, const FieldsToWrite& columns) {
         std::string sql = "INSERT INTO " + T::m_tableName + " ( ";
-        const char* separator = "";
         for (const auto& column : columns) {
-            sql += separator;
-            sql += column.first;
-            separator = ", ";
+            if (&column != columns.begin()) sql.append(", ", 2);
+            sql.append(column.first, std::strlen(column.first));
         }
-        sql += " ) VALUES ( ";
-        separator = "";
+        sql.append(" ) VALUES ( ", 12);
         for (const auto& column : columns) {
-            sql += separator;
-            appendValue(sql, *column.second, bind);
-            separator = ", ";
+            if (&column != columns.begin()) sql.append(", ", 2);
+            statement.appendPlaceholder(sql, *column.second);
         }
-        sql += " )";
+        sql.append(" )", 2);
         return sql;
     }
 
-    static std::string updateText(const FieldsToWrite& columns, const std::string& id, bool bind) {
+    static std::string updateText(const StatementBuilder& statement, const FieldsToWrite& columns, const Field& id) {
         std::string sql = "UPDATE " + T::m_tableName + " SET ";
-        const char* separator = "";
         for (const auto& column : columns) {
-            sql += separator;
-            sql += column.first;
-            sql += " = ";
-            appendValue(sql, *column.second, bind);
-            separator = ", ";
+            if (&column != columns.begin()) sql.append(", ", 2);
+            sql.append(column.first, std::strlen(column.first));
+            sql.append(" = ", 3);
+            statement.appendPlaceholder(sql, *column.second);
         }
-        sql += " WHERE id = " + id;
+        sql.append(" WHERE id = ", 12);
+        statement.appendPlaceholder(sql, id);
         return sql;
     }
 };

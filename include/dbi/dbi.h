@@ -17,6 +17,7 @@
 #include "dbi/Record.h"
 #include "dbi/RetryTransaction.h"
 #include "dbi/RowReader.h"
+#include "dbi/StatementBuilder.h"
 #include "dbi/Table.h"
 #include "dbi/Transaction.h"
 #include "dbi/Version.h"

@@ -11,9 +11,22 @@ namespace dbi {
 namespace {
 
 // An optional sign and at least one digit, nothing else, within 64 bits.
+// Up to 18 digits cannot overflow and are added up by hand, the common case
+// of every integer column written; longer texts go to std::from_chars.
 bool parseDecimal(const std::string& text, long long& number) {
     const char* first = text.data();
     const char* const last = first + text.size();
+    const bool negative = first != last && *first == '-';
+    const char* digits = first + (negative || (first != last && *first == '+'));
+    if (digits != last && last - digits <= 18) {
+        long long sum = 0;
+        for (const char* c = digits; c != last; ++c) {
+            if (*c < '0' || *c > '9') return false;
+            sum = sum * 10 + (*c - '0');
+        }
+        number = negative ? -sum : sum;
+        return true;
+    }
     if (first != last && *first == '+') {
         ++first;
         if (first == last || *first == '-') return false;
@@ -40,12 +53,16 @@ BoundValue BoundValue::text(std::string text) {
 
 BoundValue BoundValue::of(const Field& field) {
     if (!field.bindsAsInteger()) return text(field.getValue());
+    return integer(integerOf(field));
+}
+
+long long BoundValue::integerOf(const Field& field) {
     long long number = 0;
     if (field.getValue().empty() || !parseDecimal(field.getValue(), number))
         throw DBIException<dbiresult::DBI_SQL_ERROR>(std::string("integer column ") + field.getName() +
                                                       " holds a value that is not a decimal integer: \"" +
                                                       field.getValue() + "\"");
-    return integer(number);
+    return number;
 }
 
 bool BoundValue::operator==(const BoundValue& other) const {

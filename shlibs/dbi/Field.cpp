@@ -23,6 +23,7 @@
 namespace dbi {
 
 const char* Field::default_presuf = "'";
+const std::string Field::unknownText = "DBI_UNKNOWN";
 
 namespace {
 
@@ -44,38 +45,13 @@ const FieldDescriptor& standaloneColumn(const char* name, const char* sqlType, c
     return column->descriptor;
 }
 
-}  // namespace
-
-Field::Field(const char* name, const char* sqlType, const char* prefix, const char* suffix)
-    : Field(standaloneColumn(name, sqlType, prefix, suffix)) {}
-
-Field::Field(const char* name, const FieldKind& kind) : Field(name, kind.sqlType, kind.prefix, kind.suffix) {}
-
-Field::Field(const Field& other)
-    : column(other.column), value(other.value), modified(other.modified), stale(false) {}
-
-Field& Field::operator=(const std::string& text) {
-    assign(text.data(), text.size());
-    return *this;
-}
-
-void Field::assign(const char* text, std::size_t length) {
-    if (value.size() == length && value.compare(0, length, text, length) == 0) return;
-    value.clear();  // then appended: a plain copy, without assign's overlap checks
-    value.append(text, length);
-    modified = true;
-    stale = true;
-}
-
-void Field::load(const std::string& text) {
-    value = text;
-    stale = true;
-    modified = false;
-}
-
-void Field::loadSettled(const char* text) { loadSettled(text, std::strlen(text)); }
-
-void Field::loadSettled(const char* text, std::size_t length) {
+// Stores `length` bytes at `text` in `value` and returns false; for the
+// unknown marker, which a field keeps as a flag, empties it and returns true.
+inline bool storeValue(std::string& value, const char* text, std::size_t length) {
+    if (length == 11 && std::memcmp(text, "DBI_UNKNOWN", 11) == 0) {
+        value.clear();
+        return true;
+    }
     // Emptied and appended to: a plain copy, without assign's overlap checks,
     // unless the text lies within the value itself.
     if (text >= value.data() && text <= value.data() + value.size()) {
@@ -84,13 +60,50 @@ void Field::loadSettled(const char* text, std::size_t length) {
         value.clear();
         value.append(text, length);
     }
+    return false;
+}
+
+}  // namespace
+
+Field::Field(const char* name, const char* sqlType, const char* prefix, const char* suffix)
+    : Field(standaloneColumn(name, sqlType, prefix, suffix)) {}
+
+Field::Field(const char* name, const FieldKind& kind) : Field(name, kind.sqlType, kind.prefix, kind.suffix) {}
+
+Field::Field(const Field& other)
+    : column(other.column), value(other.value), modified(other.modified), stale(false), unknown(other.unknown) {}
+
+Field& Field::operator=(const std::string& text) {
+    assign(text.data(), text.size());
+    return *this;
+}
+
+void Field::assign(const char* text, std::size_t length) {
+    const std::string& current = getValue();
+    if (current.size() == length && current.compare(0, length, text, length) == 0) return;
+    unknown = storeValue(value, text, length);
+    modified = true;
+    stale = true;
+}
+
+void Field::load(const std::string& text) {
+    unknown = storeValue(value, text.data(), text.size());
+    stale = true;
+    modified = false;
+}
+
+
+void Field::loadSettled(const char* text) { loadSettled(text, std::strlen(text)); }
+
+void Field::loadSettled(const char* text, std::size_t length) {
+    unknown = storeValue(value, text, length);
     stale = false;
     modified = false;
 }
 
 void Field::appendSqlValue(std::string& sql) const {
     if (isBareInSql()) {
-        sql += value;
+        sql += getValue();
         return;
     }
     sql += getPrefix();
@@ -100,6 +113,7 @@ void Field::appendSqlValue(std::string& sql) const {
 
 void Field::swap(Field& other) {
     value.swap(other.value);
+    std::swap(unknown, other.unknown);
     std::swap(modified, other.modified);
     std::swap(stale, other.stale);
 }
