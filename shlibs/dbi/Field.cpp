@@ -92,7 +92,6 @@ void Field::load(const std::string& text) {
     modified = false;
 }
 
-
 void Field::loadSettled(const char* text) { loadSettled(text, std::strlen(text)); }
 
 void Field::loadSettled(const char* text, std::size_t length) {
