@@ -68,6 +68,9 @@ TEST(Field, changesOnlyOnDifferentTextAndCopiesAndSwapsCarryTheirCaches) {
     name = std::string(dbi::DBI_UNKNOWN);
     name.load("y");
     EXPECT_FALSE(name.isModified());
+    name = std::string(dbi::DBI_UNKNOWN);  // the marker's text is the unknown state
+    EXPECT_TRUE(name.isUnknown() && name.isBareInSql() && name.isModified());
+    EXPECT_EQ(dbi::DBI_UNKNOWN, name.getValue());
     EXPECT_EQ("-2147483648", dbi::IntegerField("i").setIntValue(INT_MIN).getValue());
     dbi::NumberArrayField<int> source("n", {1, 2, 3});
     EXPECT_EQ(3u, source.size());

@@ -191,6 +191,10 @@ TEST_P(Records, queriesAndFreeGetFillRecordsByColumnNameAndLeaveThemUnmodified) 
     owners.clear();
     dbi::Query<Owner>().orderBy(Owner::id).setDescending(true).setLimit(1).setOffset(1).execute(owners, autocommit());
     EXPECT_EQ("2", owners.at(0).m_id.getValue());
+    // An unsigned value beyond the signed range compares as its own number.
+    owners.clear();
+    dbi::Query<Owner>().compare(Owner::id, "<", ULLONG_MAX, Owner::m_tableName).execute(owners, autocommit());
+    EXPECT_EQ(3u, owners.size());
     // The free get fills a record only when it finds the row.
     Owner owner("keep");
     EXPECT_FALSE(dbi::get(99, owner, autocommit()));

@@ -2,6 +2,7 @@
 #define DBI_STATEMENTBUILDER_H
 
 #include <array>
+#include <climits>
 #include <cstddef>
 #include <string>
 #include <type_traits>
@@ -68,11 +69,14 @@ public:
         if (bound) return appendBoundInteger(sql, static_cast<long long>(integer));
         sql += std::to_string(integer);
     }
-    /// Appends the integer in decimal between quotes, or "?" with the integer bound.
+    /// Appends the integer in decimal between quotes, or "?" with the integer
+    /// bound; an unsigned one beyond 64-bit signed range is bound as its
+    /// decimal text, which SQLite compares as the number it is.
     template <class I, std::enable_if_t<std::is_integral<I>::value, int> = 0>
     void appendQuoted(std::string& sql, I integer) {
-        if (bound) return appendBoundInteger(sql, static_cast<long long>(integer));
-        quote(sql, std::to_string(integer));
+        const bool fitsSigned = std::is_signed<I>::value || integer <= static_cast<I>(LLONG_MAX);
+        if (bound && fitsSigned) return appendBoundInteger(sql, static_cast<long long>(integer));
+        appendQuoted(sql, std::to_string(integer));
     }
     /// Appends the text verbatim between quotes, or "?" with a copy of the
     /// text bound.
