@@ -26,8 +26,12 @@ class Transaction;
 /// A builder belongs to the thread that made it.
 class DBI_EXPORT StatementBuilder : public ParameterBinder {
 public:
+    /// Reads the value mode; no values taken yet.
     StatementBuilder();
+    /// Copies the mode and the values taken so far: a Query holding a
+    /// builder stays a plain value.
     StatementBuilder(const StatementBuilder& other);
+    /// As the copy constructor.
     StatementBuilder& operator=(const StatementBuilder& other);
 
     /// True in bound-values mode: a text then holds no value but the two
