@@ -78,9 +78,11 @@ public:
     /// decimal text, which SQLite compares as the number it is.
     template <class I, std::enable_if_t<std::is_integral<I>::value, int> = 0>
     void appendQuoted(std::string& sql, I integer) {
-        const bool fitsSigned = std::is_signed<I>::value || integer <= static_cast<I>(LLONG_MAX);
-        if (bound && fitsSigned) return appendBoundInteger(sql, static_cast<long long>(integer));
-        appendQuoted(sql, std::to_string(integer));
+        if constexpr (std::is_unsigned<I>::value && sizeof(I) >= sizeof(long long)) {
+            if (integer > static_cast<I>(LLONG_MAX)) return appendQuoted(sql, std::to_string(integer));
+        }
+        if (bound) return appendBoundInteger(sql, static_cast<long long>(integer));
+        quote(sql, std::to_string(integer));
     }
     /// Appends the text verbatim between quotes, or "?" with a copy of the
     /// text bound.
