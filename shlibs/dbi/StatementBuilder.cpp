@@ -79,8 +79,8 @@ void StatementBuilder::run(Transaction& transaction, const std::string& sql) con
     run(transaction, sql, noRows);
 }
 
-// SQLite is called directly rather than through the base's helpers: this
-// runs for every value of every bound statement.
+// The new row's id is noted on the statement's own connection and written
+// back as decimal digits without asking the connection again.
 void StatementBuilder::runInsert(Transaction& transaction, const std::string& sql, Field& id) const {
     InsertedRow inserted;
     run(transaction, sql, inserted);
@@ -94,6 +94,8 @@ void StatementBuilder::runInsert(Transaction& transaction, const std::string& sq
     id.assign(digits, static_cast<std::size_t>(end - digits));
 }
 
+// SQLite is called directly rather than through the base's helpers: this
+// runs for every value of every bound statement.
 int StatementBuilder::bindAll(sqlite3_stmt* statement) const {
     const auto bindOne = [&](const Value& value, std::size_t index) {
         const int position = static_cast<int>(index + 1);
