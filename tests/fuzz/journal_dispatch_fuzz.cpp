@@ -100,8 +100,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         event.m_rowId = rowIdText(input);
         event.m_oldValue = input.ConsumeRandomLengthString(32);
         event.m_newValue = input.ConsumeRandomLengthString(32);
+        // Listeners are keyed by table and action written together, so
+        // "library_elementUPDATE" with no action reaches library_element's UPDATE.
         for (const Key& key : kKeys)
-            if (event.m_whichTable.getValue() == key.table && event.m_actionColumn.getValue() == key.action)
+            if (event.m_whichTable.getValue() + event.m_actionColumn.getValue() == std::string(key.table) + key.action)
                 expected.emplace_back(std::string(key.table) + key.action, expectedRowId(event.m_rowId.getValue()),
                                       event.m_oldValue.getValue(), event.m_newValue.getValue());
         events.push_back(event);
