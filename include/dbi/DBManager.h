@@ -88,6 +88,9 @@ private:
     /// and lets go of the connection and its prepared statements.
     static void abandonConnection(const boost::shared_ptr<sqlite3>& failed, bool inSavepoint);
 
+    /// Puts a new holder of `connection` into this thread's slot.
+    static void fillSlot(const boost::shared_ptr<sqlite3>& connection);
+
     static boost::thread_specific_ptr<boost::shared_ptr<sqlite3>> tsp;
     static boost::mutex m_fieldMapMutex;
 };

@@ -101,8 +101,14 @@ struct ColumnLayout {
     /// " table.a, table.b" in the field map's iteration order: the column
     /// list of the SELECT a Query builds.
     std::string selectList;
-    /// For each column in declaration order, its position in byName.
-    std::vector<std::size_t> nameRank;
+    /// For each column in byName's order, where its field lies in a record:
+    /// the byte distance from the record's start, the same in every record.
+    std::vector<std::ptrdiff_t> fieldOffsetByName;
+
+    /// The field of record `r` at position `i` of byName.
+    const Field& fieldByName(const T& r, std::size_t i) const {
+        return *reinterpret_cast<const Field*>(reinterpret_cast<const char*>(&r) + fieldOffsetByName[i]);
+    }
 };
 
 template <class T>
@@ -117,12 +123,16 @@ ColumnLayout<T> makeColumnLayout() {
     layout.byName = layout.selected;
     std::sort(layout.byName.begin(), layout.byName.end(),
               [](const Column<T>& a, const Column<T>& b) { return std::strcmp(a.name, b.name) < 0; });
+    // Offsets rather than accessors: writing a record reads every field in
+    // name order, and an accessor call per field costs more than the rest.
     const T prototype;
+    const char* const start = reinterpret_cast<const char*>(&prototype);
+    layout.fieldOffsetByName.resize(layout.byName.size());
     forEachColumn<T>([&](auto member) {
-        const char* name = (prototype.*member).getName();
+        const Field& field = prototype.*member;
         std::size_t rank = 0;
-        while (std::strcmp(layout.byName[rank].name, name) != 0) ++rank;
-        layout.nameRank.push_back(rank);
+        while (std::strcmp(layout.byName[rank].name, field.getName()) != 0) ++rank;
+        layout.fieldOffsetByName[rank] = reinterpret_cast<const char*>(&field) - start;
     });
     return layout;
 }

@@ -39,16 +39,21 @@ public:
     bool bindsValues() const { return bound; }
 
     /// Takes the field's value for binding, in bound-values mode and unless it
-    /// is a marker; nothing in text mode. Throws DBIException<10> when an
-    /// integer column holds anything but a decimal integer.
-    void bind(const Field& field) {
-        if (!bound || field.isBareInSql()) return;
+    /// is a marker, and returns true; false when the value goes into the text
+    /// (text mode, markers). Throws DBIException<10> when an integer column
+    /// holds anything but a decimal integer.
+    bool bind(const Field& field) {
+        if (!bound || field.isBareInSql()) return false;
         // An integer is converted now, so a value that cannot be bound stops
         // the statement before it runs.
-        if (field.bindsAsInteger()) return bind(BoundValue::integerOf(field));
+        if (field.bindsAsInteger()) {
+            add(Value::Integer).number = BoundValue::integerOf(field);
+            return true;
+        }
         Value& value = add(Value::Text);
         value.text = field.getValue().data();
         value.length = field.getValue().size();
+        return true;
     }
     /// Takes an integer for binding in bound-values mode; nothing in text mode.
     void bind(long long integer) {

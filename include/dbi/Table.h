@@ -38,14 +38,14 @@ public:
     /// cannot take is refused with DBIException<10> before anything runs.
     void save(Transaction& transaction, bool create = false) {
         T& record = self();
-        const FieldsToWrite columns = fieldsToWrite(record);
         StatementBuilder statement;
-        // Taken before anything runs, so a value that cannot be bound writes nothing.
-        for (const auto& column : columns) statement.bind(*column.second);
+        // The values are taken before anything runs, so one that cannot be
+        // bound writes nothing.
+        FieldsToWrite columns = fieldsToWrite(record, statement);
         const bool insert = record.m_id.isUnknown() || (create && isMissing(record, transaction));
         if (columns.empty()) return;
         const Field* id = insert ? nullptr : &record.m_id;  // an update's last value
-        if (id) statement.bind(*id);
+        if (id && !statement.bind(*id)) columns.anyInText = true;
         std::string text;
         const std::string& sql = writeText(statement, columns, id, text);
         if (insert)
@@ -103,29 +103,30 @@ private:
 
     /// The modified fields with their column names, sorted by name: what an
     /// INSERT or UPDATE of the record writes, in the order it writes them.
+    /// The statement builder has taken their values.
     struct FieldsToWrite {
-        using Column = std::pair<const char*, const Field*>;
-        std::array<Column, T::columnCount> columns;
+        struct Column {
+            const char* name;
+            const Field* field;
+        };
+        std::array<Column, T::columnCount> columns;  // the first `count` set; left uninitialised
         std::size_t count = 0;
         std::bitset<T::columnCount> written;  // by position in name order
-        bool anyBare = false;                 // a marker is written in place
+        bool anyInText = false;               // a value is written into the text, not bound
 
         const Column* begin() const { return columns.data(); }
         const Column* end() const { return columns.data() + count; }
         bool empty() const { return count == 0; }
     };
-    static FieldsToWrite fieldsToWrite(T& record) {
+    static FieldsToWrite fieldsToWrite(const T& record, StatementBuilder& statement) {
         const detail::ColumnLayout<T>& layout = detail::columnLayout<T>();
-        std::array<const Field*, T::columnCount> inNameOrder;
-        std::size_t column = 0;
-        detail::forEachColumn<T>([&](auto member) { inNameOrder[layout.nameRank[column++]] = &(record.*member); });
         FieldsToWrite columns;
         for (std::size_t i = 0; i < T::columnCount; ++i) {
-            const Field& field = *inNameOrder[i];
+            const Field& field = layout.fieldByName(record, i);
             if (!field.isModified()) continue;
             columns.columns[columns.count++] = {layout.byName[i].name, &field};
             columns.written.set(i);
-            columns.anyBare = columns.anyBare || field.isBareInSql();
+            if (!statement.bind(field)) columns.anyInText = true;
         }
         return columns;
     }
@@ -137,8 +138,7 @@ private:
     /// text is built into `built`.
     static const std::string& writeText(const StatementBuilder& statement, const FieldsToWrite& columns,
                                         const Field* id, std::string& built) {
-        if (!statement.bindsValues() || columns.anyBare || (id && id->isBareInSql()))
-            return built = buildText(statement, columns, id);
+        if (columns.anyInText) return built = buildText(statement, columns, id);
         const bool insert = id == nullptr;
         using Cached = std::pair<std::bitset<T::columnCount>, std::string>;
         thread_local std::vector<Cached> texts[2];
@@ -170,12 +170,12 @@ private:
         std::string sql = "INSERT INTO " + T::m_tableName + " ( ";
         for (const auto& column : columns) {
             if (&column != columns.begin()) sql.append(", ", 2);
-            sql.append(column.first, std::strlen(column.first));
+            sql.append(column.name, std::strlen(column.name));
         }
         sql.append(" ) VALUES ( ", 12);
         for (const auto& column : columns) {
             if (&column != columns.begin()) sql.append(", ", 2);
-            statement.appendPlaceholder(sql, *column.second);
+            statement.appendPlaceholder(sql, *column.field);
         }
         sql.append(" )", 2);
         return sql;
@@ -185,9 +185,9 @@ private:
         std::string sql = "UPDATE " + T::m_tableName + " SET ";
         for (const auto& column : columns) {
             if (&column != columns.begin()) sql.append(", ", 2);
-            sql.append(column.first, std::strlen(column.first));
+            sql.append(column.name, std::strlen(column.name));
             sql.append(" = ", 3);
-            statement.appendPlaceholder(sql, *column.second);
+            statement.appendPlaceholder(sql, *column.field);
         }
         sql.append(" WHERE id = ", 12);
         statement.appendPlaceholder(sql, id);

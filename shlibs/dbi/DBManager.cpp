@@ -23,7 +23,21 @@
 
 namespace dbi {
 
-boost::thread_specific_ptr<boost::shared_ptr<sqlite3>> DBManager::tsp;
+namespace {
+
+// The thread's connection slot as a plain pointer: a look-up in the
+// thread-specific slot searches the thread's data, and every statement asks
+// for the connection. The slot's clean-up clears it whenever the slot lets go.
+thread_local const boost::shared_ptr<sqlite3>* thisThreadsSlot = nullptr;
+
+void deleteSlot(boost::shared_ptr<sqlite3>* slot) {
+    if (thisThreadsSlot == slot) thisThreadsSlot = nullptr;
+    delete slot;
+}
+
+}  // namespace
+
+boost::thread_specific_ptr<boost::shared_ptr<sqlite3>> DBManager::tsp(deleteSlot);
 boost::mutex DBManager::m_fieldMapMutex;
 
 namespace {
@@ -94,14 +108,21 @@ sqlite3* openAndInitialise() {
 }  // namespace
 
 boost::shared_ptr<sqlite3> DBManager::getConnection() {
-    // One look-up of the thread's slot: each costs a search of the thread's data.
-    const boost::shared_ptr<sqlite3>* slot = tsp.get();
-    if (slot && *slot) return *slot;
+    if (thisThreadsSlot && *thisThreadsSlot) return *thisThreadsSlot;
+    if (tsp.get() && *tsp) {
+        thisThreadsSlot = tsp.get();
+        return *thisThreadsSlot;
+    }
     UmaskGuard umaskGuard;
     sqlite3* db = openAndInitialise();
     boost::shared_ptr<sqlite3> connection(db, sqlite3_close);  // closes db itself if this throws
-    tsp.reset(new boost::shared_ptr<sqlite3>(connection));
+    fillSlot(connection);
     return connection;
+}
+
+void DBManager::fillSlot(const boost::shared_ptr<sqlite3>& connection) {
+    tsp.reset(new boost::shared_ptr<sqlite3>(connection));
+    thisThreadsSlot = tsp.get();
 }
 
 boost::shared_ptr<sqlite3> DBManager::swapConnection(boost::shared_ptr<sqlite3> connection) {
@@ -109,7 +130,7 @@ boost::shared_ptr<sqlite3> DBManager::swapConnection(boost::shared_ptr<sqlite3> 
     // The caller may keep the old connection open; it must hold no statements
     // of this thread's cache then.
     statementCache.clear();
-    tsp.reset(new boost::shared_ptr<sqlite3>(connection));
+    fillSlot(connection);
     return previous;
 }
 
@@ -318,11 +339,22 @@ sqlite3_stmt* compileNext(const boost::shared_ptr<sqlite3>& connection, const Ru
     return statement;
 }
 
+// SQLite reads a statement only up to its first NUL byte, so a value holding
+// one would cut the statement short (an UPDATE losing its WHERE clause
+// changes every row). Such text is refused before SQLite sees any of it.
+void refuseEmbeddedNul(const std::string& sql) {
+    const std::string::size_type nul = sql.find('\0');
+    if (nul == std::string::npos) return;
+    const std::string::size_type shown = std::min<std::string::size_type>(nul, 900);
+    throw DBIException<dbiresult::DBI_SQL_ERROR>(sql.substr(nul - shown, shown) + " NUL byte in statement text");
+}
+
 // The cached statement of a text with bound values, which must hold one
 // statement; null for a text of blanks and comments.
 sqlite3_stmt* cachedStatement(const boost::shared_ptr<sqlite3>& connection, const Run& run) {
     StatementCache::Statement* statement = nullptr;
     const int rc = statementCache.prepare(connection, run.sql, statement);
+    if (rc == StatementCache::kEmbeddedNul) refuseEmbeddedNul(run.sql);
     if (rc == StatementCache::kSeveralStatements)
         throw DBIException<dbiresult::DBI_SQL_ERROR>(run.sql + " holds more than one statement; a bound text runs one");
     if (rc != SQLITE_OK) throwException(rc, connection, run.sql);
@@ -370,16 +402,6 @@ bool isStaleSnapshot(const boost::shared_ptr<sqlite3>& connection) {
 
 constexpr int kMaxTries = 5;
 
-// SQLite reads a statement only up to its first NUL byte, so a value holding
-// one would cut the statement short (an UPDATE losing its WHERE clause
-// changes every row). Such text is refused before SQLite sees any of it.
-void refuseEmbeddedNul(const std::string& sql) {
-    const std::string::size_type nul = sql.find('\0');
-    if (nul == std::string::npos) return;
-    const std::string::size_type shown = std::min<std::string::size_type>(nul, 900);
-    throw DBIException<dbiresult::DBI_SQL_ERROR>(sql.substr(nul - shown, shown) + " NUL byte in statement text");
-}
-
 }  // namespace
 
 void DBManager::execStatement(const std::string& sql, ResultTuple& result, bool inSavepoint) {
@@ -411,7 +433,7 @@ void DBManager::execStatement(const std::string& sql, const BoundValues& values,
 
 void DBManager::execStatement(const std::string& sql, const ParameterBinder& parameters, RowReader& reader,
                               bool inSavepoint) {
-    refuseEmbeddedNul(sql);
+    // A bound text is checked for NUL bytes when it is first compiled.
     const Run run{sql, &parameters, reader};
     runWithRetries([&run](const boost::shared_ptr<sqlite3>& connection) { runStatements(connection, run); },
                    inSavepoint);

@@ -72,9 +72,15 @@ void encodeInto(const unsigned char* data, std::size_t length, char* out) {
 }  // namespace
 
 std::string base64Text(const unsigned char* data, std::size_t length) {
-    std::string text(length > 0 ? encodedLength(length) : 0, '\0');
-    if (length > 0) encodeInto(data, length, &text[0]);
+    std::string text(base64Length(length), '\0');
+    base64Into(data, length, &text[0]);
     return text;
+}
+
+std::size_t base64Length(std::size_t length) { return length > 0 ? encodedLength(length) : 0; }
+
+void base64Into(const unsigned char* data, std::size_t length, char* out) {
+    if (length > 0) encodeInto(data, length, out);
 }
 
 boost::shared_array<char> base64_enc(const unsigned char* data, unsigned int length) {

@@ -193,8 +193,16 @@ DateTimeField::operator boost::posix_time::ptime() const {
     }
 }
 
+// A short text is encoded on the stack, as the field copies it anyway.
 ByteArrayField& ByteArrayField::operator=(const std::vector<unsigned char>& data) {
-    Field::operator=(base64Text(data.data(), data.size()));
+    char onStack[256];
+    const std::size_t length = base64Length(data.size());
+    if (length > sizeof onStack) {
+        Field::operator=(base64Text(data.data(), data.size()));
+        return *this;
+    }
+    base64Into(data.data(), data.size(), onStack);
+    assign(onStack, length);
     return *this;
 }
 

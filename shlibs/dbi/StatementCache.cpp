@@ -28,6 +28,7 @@ int StatementCache::prepare(const boost::shared_ptr<sqlite3>& owner, const std::
         statement = &found->second->second;
         return SQLITE_OK;
     }
+    if (sql.find('\0') != std::string::npos) return kEmbeddedNul;
     sqlite3_stmt* compiled = nullptr;
     const char* tail = nullptr;
     const int rc = sqlite3_prepare_v2(connection.get(), sql.c_str(), static_cast<int>(sql.size() + 1), &compiled,

@@ -43,10 +43,14 @@ public:
     // Returned by prepare() for a text holding more than one statement: a
     // prepared statement would run the first and silently drop the rest.
     static constexpr int kSeveralStatements = -1;
+    // Returned by prepare() for a text holding a NUL byte, which SQLite would
+    // read only up to it. Checked when a text is first compiled: a text found
+    // in the cache holds none.
+    static constexpr int kEmbeddedNul = -2;
 
     // The prepared statement for `sql` on `connection`, compiled on first use.
     // Statements of another connection are finalized first. Returns the result
-    // code of sqlite3_prepare_v2 on failure, or kSeveralStatements, leaving
+    // code of sqlite3_prepare_v2 on failure, kSeveralStatements or kEmbeddedNul, leaving
     // `statement` null; so does a text without a statement.
     int prepare(const boost::shared_ptr<sqlite3>& connection, const std::string& sql, Statement*& statement);
 

@@ -18,15 +18,27 @@ std::string nestedSavepointName() {
     return name;
 }
 
+// The thread's instance as a plain pointer: a look-up in the thread-specific
+// slot searches the thread's data, and every statement asks for the manager.
+// The slot's clean-up clears it when the thread ends.
+thread_local TransactionMgr* thisThreadsManager = nullptr;
+
+void deleteManager(TransactionMgr* manager) {
+    if (thisThreadsManager == manager) thisThreadsManager = nullptr;
+    delete manager;
+}
+
 }  // namespace
 
 TransactionMgr* TransactionMgr::get() {
-    static boost::thread_specific_ptr<TransactionMgr> perThread;
-    TransactionMgr* manager = perThread.get();  // each look-up searches the thread's data
+    if (thisThreadsManager) return thisThreadsManager;
+    static boost::thread_specific_ptr<TransactionMgr> perThread(deleteManager);
+    TransactionMgr* manager = perThread.get();
     if (!manager) {
         manager = new TransactionMgr;
         perThread.reset(manager);
     }
+    thisThreadsManager = manager;
     return manager;
 }
 
