@@ -105,9 +105,10 @@ private:
     /// INSERT or UPDATE of the record writes, in the order it writes them.
     /// The statement builder has taken their values.
     struct FieldsToWrite {
+        /// One column written: its name and the record's field.
         struct Column {
-            const char* name;
-            const Field* field;
+            const char* name;    ///< the column's name, a static string
+            const Field* field;  ///< the record's field of that column
         };
         std::array<Column, T::columnCount> columns;  // the first `count` set; left uninitialised
         std::size_t count = 0;
