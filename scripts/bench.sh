@@ -4,7 +4,10 @@
 #   DBI_BENCH_REPETITIONS (default 3): timed runs of each benchmark, interleaved
 #   DBI_BENCH_CALLGRIND_ROWS (default 2000): rows per workload under callgrind
 #   DBI_BENCH_BUILD_TYPE (default Release)
-#   DBI_BENCH_REPORT_ONLY=1 writes the report again from the last run's results
+#   DBI_BENCH_REPORT_ONLY=1 writes the report again from the last run's results;
+#     the round trip between processes (bench/roundtrip.sh) is measured anew
+#   DB_DIR: the round trip's database folder (a tmpfs such as /dev/shm takes
+#     the disk's fsync out of its numbers)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
