@@ -34,10 +34,6 @@ public:
     /// As the copy constructor.
     StatementBuilder& operator=(const StatementBuilder& other);
 
-    /// True in bound-values mode: a text then holds no value but the two
-    /// markers, so a text without markers may be kept and used again.
-    bool bindsValues() const { return bound; }
-
     /// Takes the field's value for binding, in bound-values mode and unless it
     /// is a marker, and returns true; false when the value goes into the text
     /// (text mode, markers). Throws DBIException<10> when an integer column
@@ -55,10 +51,6 @@ public:
         value.length = field.getValue().size();
         return true;
     }
-    /// Takes an integer for binding in bound-values mode; nothing in text mode.
-    void bind(long long integer) {
-        if (bound) add(Value::Integer).number = integer;
-    }
     /// Appends where the field's value goes: "?" once bind() took it, else the
     /// value as SQL text (prefix, value, suffix; the markers bare).
     void appendPlaceholder(std::string& sql, const Field& field) const {
@@ -66,11 +58,6 @@ public:
             sql += '?';
         else
             field.appendSqlValue(sql);
-    }
-    /// bind() and appendPlaceholder().
-    void appendValue(std::string& sql, const Field& field) {
-        bind(field);
-        appendPlaceholder(sql, field);
     }
     /// Appends the integer in decimal, or "?" with the integer bound.
     template <class I, std::enable_if_t<std::is_integral<I>::value, int> = 0>
@@ -116,7 +103,7 @@ private:
 
     void appendBoundInteger(std::string& sql, long long integer) {
         sql += '?';
-        bind(integer);
+        add(Value::Integer).number = integer;
     }
     static void quote(std::string& sql, const std::string& text);
     Value& add(Value::Kind kind) {

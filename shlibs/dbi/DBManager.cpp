@@ -108,11 +108,8 @@ sqlite3* openAndInitialise() {
 }  // namespace
 
 boost::shared_ptr<sqlite3> DBManager::getConnection() {
+    if (!thisThreadsSlot) thisThreadsSlot = tsp.get();
     if (thisThreadsSlot && *thisThreadsSlot) return *thisThreadsSlot;
-    if (tsp.get() && *tsp) {
-        thisThreadsSlot = tsp.get();
-        return *thisThreadsSlot;
-    }
     UmaskGuard umaskGuard;
     sqlite3* db = openAndInitialise();
     boost::shared_ptr<sqlite3> connection(db, sqlite3_close);  // closes db itself if this throws
