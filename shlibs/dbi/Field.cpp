@@ -23,7 +23,7 @@
 namespace dbi {
 
 const char* Field::default_presuf = "'";
-const std::string Field::unknownText = "DBI_UNKNOWN";
+const std::string Field::unknownText = DBI_UNKNOWN;
 
 namespace {
 
@@ -48,6 +48,7 @@ const FieldDescriptor& standaloneColumn(const char* name, const char* sqlType, c
 // Stores `length` bytes at `text` in `value` and returns false; for the
 // unknown marker, which a field keeps as a flag, empties it and returns true.
 inline bool storeValue(std::string& value, const char* text, std::size_t length) {
+    // DBI_UNKNOWN spelled out: a fixed-length compare runs on every store.
     if (length == 11 && std::memcmp(text, "DBI_UNKNOWN", 11) == 0) {
         value.clear();
         return true;
